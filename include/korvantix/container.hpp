@@ -1,0 +1,320 @@
+#pragma once
+
+/// \file
+/// The S-matrix container: samples and non-overlapping models of one N-port network, with port
+/// names, port-data names and string properties, evaluated at any frequency.
+
+#include <korvantix/config.hpp>
+#include <korvantix/evaluator.hpp>
+#include <korvantix/model.hpp>
+
+#include <complex>
+#include <cstddef>
+#include <iosfwd>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace korvantix {
+
+namespace detail {
+
+/// Magnitude and phase (atan2(im, re)) of one complex entry.
+struct Polar {
+  double magnitude;
+  double phase;
+};
+
+/// A sample as the container stores it, with the polar form of its entries computed once when
+/// it is added: polar[k] for S entry k (row-major), polar[N * N + i] for Zref(i).
+struct StoredSample {
+  SMatrixSample sample;
+  std::vector<Polar> polar;
+};
+
+/// Orders stored samples by frequency; also compares with a bare frequency (lookups by double).
+struct SampleOrder {
+  using is_transparent = void;
+  bool operator()(const StoredSample& a, const StoredSample& b) const noexcept {
+    return a.sample.frequency() < b.sample.frequency();
+  }
+  bool operator()(const StoredSample& a, double f) const noexcept {
+    return a.sample.frequency() < f;
+  }
+  bool operator()(double f, const StoredSample& b) const noexcept {
+    return f < b.sample.frequency();
+  }
+};
+
+using SampleSet = std::set<StoredSample, SampleOrder>;
+using ModelSet = std::set<SMatrixModel, SMatrixModel::less_freq>;
+
+}  // namespace detail
+
+/// The complete description of one N-port network: port names, the port-data keys every sample
+/// and model must carry, global and per-port string properties, samples at distinct frequencies
+/// and models over non-overlapping bands. Failed operations leave the container unchanged.
+class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
+ public:
+  /// One property map: key to value, in key order.
+  using PropertyMap = std::map<std::string, std::string>;
+
+  /// Read-only bidirectional iteration over the stored samples in increasing frequency.
+  class SampleIterator {
+   public:
+    using iterator_category = std::bidirectional_iterator_tag;
+    using value_type = SMatrixSample;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const SMatrixSample*;
+    using reference = const SMatrixSample&;
+
+    SampleIterator() = default;
+    explicit SampleIterator(detail::SampleSet::const_iterator it) : it_(it) {}
+    reference operator*() const { return it_->sample; }
+    pointer operator->() const { return &it_->sample; }
+    SampleIterator& operator++() {
+      ++it_;
+      return *this;
+    }
+    SampleIterator operator++(int) {
+      SampleIterator old = *this;
+      ++it_;
+      return old;
+    }
+    SampleIterator& operator--() {
+      --it_;
+      return *this;
+    }
+    SampleIterator operator--(int) {
+      SampleIterator old = *this;
+      --it_;
+      return old;
+    }
+    bool operator==(const SampleIterator& other) const { return it_ == other.it_; }
+    bool operator!=(const SampleIterator& other) const { return it_ != other.it_; }
+    /// The underlying stored-sample position (sample plus its polar cache).
+    detail::SampleSet::const_iterator base() const { return it_; }
+
+   private:
+    detail::SampleSet::const_iterator it_{};
+  };
+  /// Samples in decreasing frequency.
+  using ReverseSampleIterator = std::reverse_iterator<SampleIterator>;
+  /// Models in increasing band order.
+  using ModelIterator = detail::ModelSet::const_iterator;
+  /// Models in decreasing band order.
+  using ReverseModelIterator = detail::ModelSet::const_reverse_iterator;
+
+  /// Ports port_0 .. port_<N-1>, no port-data names, N + 1 empty property maps, no data.
+  explicit SMatrixContainer(std::size_t nbPorts = 0);
+  /// As above with the given port-data names (stored sorted, duplicates kept).
+  SMatrixContainer(std::size_t nbPorts, const std::vector<PortDataName>& names);
+  /// Deep copy of every field.
+  SMatrixContainer(const SMatrixContainer& other);
+  /// Deep copy of every field.
+  SMatrixContainer& operator=(const SMatrixContainer& other);
+  /// Takes every field over; `other` is left as SMatrixContainer(0).
+  SMatrixContainer(SMatrixContainer&& other);
+  /// Takes every field over; `other` is left as SMatrixContainer(0).
+  SMatrixContainer& operator=(SMatrixContainer&& other);
+  ~SMatrixContainer() override;
+
+  /// MIXED.
+  Type type() const override;
+  /// True when every sample and every model is symmetric (an empty container is).
+  bool is_symmetric() const override;
+  /// A new deep copy; the caller owns it.
+  SMatrixEvaluator* clone() const override;
+  /// Lowest frequency of the samples and models. Throws std::runtime_error "empty container".
+  double from() const override;
+  /// Highest frequency of the samples and models. Throws std::runtime_error "empty container".
+  double to() const override;
+  /// The S-matrix at f: a model's value inside its band, a stored sample at its frequency, or
+  /// the interpolation of the neighbours below and above (it carries no port data).
+  /// Throws std::runtime_error "<f> Hz does not belong to [<from>, <to>] Hz" without both
+  /// neighbours, "smatrix sample interpolation size mismatch: <N1> != <N2>" for neighbours of
+  /// different port counts; errors of model evaluation pass through.
+  SMatrixSample evaluate(double f, InterpolationType t) const override;
+  /// As evaluate, with models evaluated by SMatrixModel::evaluate_symm. Same failures.
+  SMatrixSample evaluate_symm(double f, InterpolationType t) const;
+  /// S entry (i, j) at f by the same search as evaluate. Same failures.
+  std::complex<double> operator()(double f, std::size_t i, std::size_t j,
+                                  InterpolationType t) const;
+  /// The port datum `key` at f by the same search as evaluate; also throws the sample's and
+  /// model's "<name>[<index>] is not available".
+  std::complex<double> operator()(double f, const PortDataName& key, InterpolationType t) const;
+  /// The reference impedance of port i at f by the same search as evaluate. Same failures.
+  std::complex<double> Zref(double f, std::size_t i, InterpolationType t) const;
+  /// The port datum of modal parameter m at port `port`.
+  /// Throws std::runtime_error "modalParameter: unknown modalPortParameter" for m outside 0..3.
+  std::complex<double> modalParameter(double f, std::size_t port, ModalPortParameterType m,
+                                      InterpolationType t) const;
+  /// S entry (i, j) at every frequency of freqs, in order; the first failure propagates.
+  std::vector<std::complex<double>> operator()(const std::vector<double>& freqs, std::size_t i,
+                                               std::size_t j, InterpolationType t) const;
+  /// The port datum `key` at every frequency of freqs, in order; the first failure propagates.
+  std::vector<std::complex<double>> operator()(const std::vector<double>& freqs,
+                                               const PortDataName& key, InterpolationType t) const;
+  /// Zref(i) at every frequency of freqs, in order; the first failure propagates.
+  std::vector<std::complex<double>> Zref(const std::vector<double>& freqs, std::size_t i,
+                                         InterpolationType t) const;
+
+  /// New port count; names port_0 ..; property vector resized to N + 1 keeping the existing maps
+  /// at their indices (after a change of port count the former global map becomes a port's
+  /// map); samples and models dropped; port-data names replaced and sorted (duplicates kept).
+  void reset(std::size_t nbPorts, const std::vector<PortDataName>& names);
+
+  /// Adds a copy of s.
+  /// Throws std::runtime_error "Port data of S-sample and S-container must be identical:
+  /// sample: <keys>:  container: <names>" when its port-data keys differ from the container's
+  /// names, and "S-matrix sample at <f> Hz is already available" for a stored frequency.
+  void add(const SMatrixSample& s);
+  /// Adds a deep copy of m.
+  /// Throws std::runtime_error "invalid frequency range [<from> , <to>]" for from > to,
+  /// "Port data of S-model and S-container must be identical\n  model: <keys>\n  container:
+  /// <names>" for other port-data keys, and "S-matrix model at [<from> , <to>] Hz overlaps
+  /// with an existing model at [<from> , <to>] Hz" naming the lowest overlapped model.
+  void add(const SMatrixModel& m);
+
+  /// Number of stored samples.
+  std::size_t nbSamples() const { return samples_.size(); }
+  /// Number of stored models.
+  std::size_t nbModels() const { return models_.size(); }
+  /// True when there is neither a sample nor a model.
+  bool empty() const { return samples_.empty() && models_.empty(); }
+  /// First sample (lowest frequency).
+  SampleIterator begin_samples() const { return SampleIterator(samples_.begin()); }
+  /// End of the samples.
+  SampleIterator end_samples() const { return SampleIterator(samples_.end()); }
+  /// Highest-frequency sample first.
+  ReverseSampleIterator rbegin_samples() const { return ReverseSampleIterator(end_samples()); }
+  /// End of the reversed samples.
+  ReverseSampleIterator rend_samples() const { return ReverseSampleIterator(begin_samples()); }
+  /// First model (lowest band).
+  ModelIterator begin_models() const { return models_.begin(); }
+  /// End of the models.
+  ModelIterator end_models() const { return models_.end(); }
+  /// Highest band first.
+  ReverseModelIterator rbegin_models() const { return models_.rbegin(); }
+  /// End of the reversed models.
+  ReverseModelIterator rend_models() const { return models_.rend(); }
+  /// The port-data names, sorted.
+  const std::vector<PortDataName>& port_data_names() const { return port_data_names_; }
+
+  /// The name of port i (renamable in place).
+  /// Throws std::runtime_error "port index out of bounds" for i >= N.
+  std::string& name(std::size_t i);
+  /// The name of port i. Throws std::runtime_error "port index out of bounds" for i >= N.
+  const std::string& name(std::size_t i) const;
+
+  /// True exactly when the key is non-empty.
+  static bool is_valid_property(const std::string& key, const std::string& value);
+  /// Inserts or overwrites a global property.
+  /// Throws std::runtime_error "invalid property key=<key>, val=<value>" for an empty key.
+  void add_global_property(const std::string& key, const std::string& value);
+  /// Inserts or overwrites a property of port i; i = N is the global map.
+  /// Throws std::runtime_error "invalid property key=<key>, val=<value>" for an empty key, then
+  /// std::out_of_range "invalid vector subscript" for i > N.
+  void add_port_property(std::size_t i, const std::string& key, const std::string& value);
+  /// A global property.
+  /// Throws std::runtime_error "global property <key> does not exist".
+  const std::string& get_global_property(const std::string& key) const;
+  /// A property of port i (i = N is the global map).
+  /// Throws std::out_of_range "invalid vector subscript" for i > N, then std::runtime_error
+  /// "property <key> for port <i> does not exist".
+  const std::string& get_port_property(std::size_t i, const std::string& key) const;
+  /// The global property map.
+  const PropertyMap& get_global_properties() const;
+  /// The property map of port i (i = N is the global map).
+  /// Throws std::out_of_range "invalid vector subscript" for i > N.
+  const PropertyMap& get_port_properties(std::size_t i) const;
+  /// Erases a global property.
+  /// Throws std::runtime_error "global property <key> does not exist".
+  void clear_global_property(const std::string& key);
+  /// Erases a property of port i. Throws std::out_of_range "invalid vector subscript" for
+  /// i > N, then std::runtime_error "property <key> for port <i> does not exist".
+  void clear_port_property(std::size_t i, const std::string& key);
+  /// Empties the global property map.
+  void clear_global_properties();
+  /// Empties the property map of port i.
+  /// Throws std::out_of_range "invalid vector subscript" for i > N.
+  void clear_port_properties(std::size_t i);
+  /// Empties all N + 1 property maps.
+  void clear_properties();
+
+  /// Drops every sample.
+  void clear_samples();
+  /// Drops every model.
+  void clear_models();
+  /// Empties the property maps, the samples and the models; keeps port names and port-data
+  /// names.
+  void clear();
+
+  /// Exact equality of port count, port names, properties, samples and models (in order).
+  bool operator==(const SMatrixContainer& other) const;
+  /// Negation of operator==.
+  bool operator!=(const SMatrixContainer& other) const { return !(*this == other); }
+
+  /// A container whose port k is the source port named names[k]; the source is unchanged.
+  /// Throws std::runtime_error "expected <N> port names, found <count>" and "port name list
+  /// does not contain port name <name>".
+  SMatrixContainer permute(const std::vector<std::string>& names) const;
+
+  /// Every sample frequency and every model band edge, ascending, without duplicates.
+  std::vector<double> discrete_frequencies() const;
+  /// The number of discrete frequencies.
+  std::size_t minNbSamples() const;
+  /// A plan of n frequencies in [fmin, fmax] (defaults: the lowest and highest discrete
+  /// frequency) that keeps every discrete frequency inside it. Throws std::runtime_error.
+  std::vector<double> sample_frequencies(std::size_t n, SamplingType type,
+                                         std::optional<double> fmin = {},
+                                         std::optional<double> fmax = {}) const;
+  /// An adaptive plan of n frequencies that keeps every discrete frequency.
+  /// Throws std::runtime_error.
+  std::vector<double> sample_frequencies_adaptively(std::size_t n) const;
+  /// A fixed decade grid of whole-hertz frequencies inside the container's band.
+  std::vector<double> lf_sample_frequencies() const;
+
+  /// Evaluates the container at every frequency of freqs on nbThreads worker threads (0: the
+  /// machine's concurrency); samples receives one sample per frequency, in order.
+  void load(const std::vector<double>& freqs, std::vector<SMatrixSample>& samples,
+            std::size_t nbThreads) const;
+  /// Fills the container with random pole-zero models over [fmin, fmax].
+  /// Throws std::runtime_error "nbZeros must be identical to nbPoles, nbPoles + 1 or nbPoles =
+  /// 2" for other counts.
+  void load_random_pole_zero_models(double fmin, double fmax, std::size_t nbPoles,
+                                    std::size_t nbZeros);
+
+ private:
+  // Source port i becomes result port p[i].
+  SMatrixContainer permute(const std::vector<std::size_t>& p) const;
+  // (switch frequency, number of logarithmic points) of the linear-logarithmic plan.
+  std::pair<double, std::size_t> get_optimal_switch_frequency(std::size_t n) const;
+  // (number of logarithmic intervals, spacing mismatch) for a switch at fswitch.
+  std::pair<std::size_t, double> get_optimal_number_of_log_intervals(std::size_t n, double fstart,
+                                                                     double fswitch, double fend,
+                                                                     std::size_t kmin,
+                                                                     std::size_t kmax) const;
+  // Linear step minus the last logarithmic step below the switch.
+  double get_lin_log_interval_difference(std::size_t k, std::size_t m, double fstart,
+                                         double fswitch, double fend) const;
+
+  // The property map at index i. Throws std::out_of_range "invalid vector subscript".
+  PropertyMap& property_map(std::size_t i);
+  const PropertyMap& property_map(std::size_t i) const;
+
+  std::vector<std::string> port_names_;
+  std::vector<PortDataName> port_data_names_;
+  std::vector<PropertyMap> properties_;  // ports 0..N-1, then the global map at N
+  detail::SampleSet samples_;
+  detail::ModelSet models_;
+};
+
+/// The port names, global and per-port properties, then every sample and model.
+KORVANTIX_API std::ostream& operator<<(std::ostream& out, const SMatrixContainer& container);
+
+}  // namespace korvantix
