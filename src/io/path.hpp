@@ -2,7 +2,9 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace korvantix::detail {
 
@@ -17,5 +19,31 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 /// Opens a UTF-8 path after the long-path conversion; nullptr when it cannot be opened.
 /// mode as for fopen ("rb", "wb", "w", ...). May throw std::range_error("bad conversion").
 File open_file(const char* path, const char* mode);
+
+/// Reads everything from the current position to the end of f into out (replacing it).
+/// False on a read error.
+bool read_all(std::FILE* f, std::string& out);
+
+/// Strict UTF-8 to UTF-16: overlong forms, encoded surrogates, code points above U+10FFFF and
+/// cut sequences throw std::range_error("bad conversion").
+std::u16string utf8_to_utf16(std::string_view text);
+/// UTF-16 to UTF-8; an unpaired surrogate throws std::range_error("bad conversion").
+std::string utf16_to_utf8(std::u16string_view text);
+
+/// Whether TAVRO_LONGPATHSUPPORT is present in the environment (its value is not looked at).
+bool long_path_support();
+
+/// Makes a relative UTF-16 path absolute; nullopt when it cannot (result of 1024 units or more).
+using FullPathFunction = std::optional<std::u16string> (*)(const std::u16string& relative);
+
+/// The platform's full-path function: _wfullpath on Windows; elsewhere the path joined to the
+/// current directory with backslashes and "." and ".." segments resolved, a path beginning with
+/// a backslash being taken from the root.
+std::optional<std::u16string> platform_full_path(const std::u16string& relative);
+
+/// The long-path rewrite with an exchangeable full-path step (tests pass their own). Consults
+/// TAVRO_LONGPATHSUPPORT like the public to_long_path; returns an empty string when the full
+/// path cannot be formed, so that the open that follows fails.
+std::string to_long_path(const std::string& path, bool add_prefix, FullPathFunction full_path);
 
 }  // namespace korvantix::detail
