@@ -30,7 +30,7 @@ struct Polar {
 };
 
 /// A sample as the container stores it, with the polar form of its entries computed once when
-/// it is added: polar[k] for S entry k (row-major), polar[N * N + i] for Zref(i).
+/// it is added: polar[k] for S()[k] (row-major), then polar[S().size() + i] for Zref(i).
 struct StoredSample {
   SMatrixSample sample;
   std::vector<Polar> polar;

@@ -5,6 +5,7 @@
 
 #include <korvantix/config.hpp>
 #include <korvantix/evaluator.hpp>
+#include <korvantix/scalar.hpp>
 
 #include <complex>
 #include <cstddef>
@@ -16,8 +17,6 @@
 #include <vector>
 
 namespace korvantix {
-
-class ScalarModel;
 
 /// How a sampling plan spaces frequencies (any other value is refused where a plan is made).
 enum SamplingType : std::int32_t {

@@ -1,0 +1,301 @@
+#include <korvantix/container.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "detail/message.hpp"
+
+namespace korvantix {
+
+namespace {
+
+// The item's keys, walked in map order, must match the container's sorted names one by one.
+template <class Iterator>
+bool conforms(Iterator first, Iterator last, const std::vector<PortDataName>& names) {
+  if (static_cast<std::size_t>(std::distance(first, last)) != names.size()) return false;
+  auto name = names.begin();
+  for (; first != last; ++first, ++name) {
+    if (first->first != *name) return false;
+  }
+  return true;
+}
+
+template <class Iterator>
+void append_keys(std::string& text, Iterator first, Iterator last) {
+  for (; first != last; ++first)
+    text += detail::message(" ", first->first.first, "[", first->first.second, "]");
+}
+
+void append_names(std::string& text, const std::vector<PortDataName>& names) {
+  for (const PortDataName& key : names)
+    text += detail::message(" ", key.first, "[", key.second, "]");
+}
+
+detail::StoredSample make_stored(const SMatrixSample& sample) {
+  // The polar form is computed once here so that every magnitude-phase interpolation reads the
+  // same bits that std::abs and std::atan2 would give at the query, without recomputing them.
+  const auto& s = sample.S();
+  const auto& zref = sample.Zref();
+  std::vector<detail::Polar> polar;
+  polar.reserve(s.size() + zref.size());
+  for (const std::complex<double>& value : s) {
+    polar.push_back({std::abs(value), std::atan2(value.imag(), value.real())});
+  }
+  for (const std::complex<double>& value : zref) {
+    polar.push_back({std::abs(value), std::atan2(value.imag(), value.real())});
+  }
+  return {sample, std::move(polar)};
+}
+
+[[noreturn]] void throw_bad_subscript() {
+  throw std::out_of_range("invalid vector subscript");
+}
+
+[[noreturn]] void throw_missing_global(const std::string& key) {
+  throw std::runtime_error(detail::message("global property <", key, "> does not exist"));
+}
+
+[[noreturn]] void throw_missing_port(std::size_t i, const std::string& key) {
+  throw std::runtime_error(
+      detail::message("property <", key, "> for port <", i, "> does not exist"));
+}
+
+void check_property(const std::string& key, const std::string& value) {
+  if (!SMatrixContainer::is_valid_property(key, value)) {
+    throw std::runtime_error(
+        detail::message("invalid property key=<", key, ">, val=<", value, ">"));
+  }
+}
+
+}  // namespace
+
+SMatrixContainer::SMatrixContainer(std::size_t nbPorts) : SMatrixEvaluator(nbPorts) {
+  reset(nbPorts, {});
+}
+
+SMatrixContainer::SMatrixContainer(std::size_t nbPorts, const std::vector<PortDataName>& names)
+    : SMatrixEvaluator(nbPorts) {
+  reset(nbPorts, names);
+}
+
+SMatrixContainer::SMatrixContainer(const SMatrixContainer& other) = default;
+
+SMatrixContainer& SMatrixContainer::operator=(const SMatrixContainer& other) {
+  // Copy first, then take the copy over: a failing copy leaves this container as it was.
+  if (this != &other) *this = SMatrixContainer(other);
+  return *this;
+}
+
+SMatrixContainer::SMatrixContainer(SMatrixContainer&& other)
+    : SMatrixEvaluator(other),
+      port_names_(std::move(other.port_names_)),
+      port_data_names_(std::move(other.port_data_names_)),
+      properties_(std::move(other.properties_)),
+      samples_(std::move(other.samples_)),
+      models_(std::move(other.models_)) {
+  other.properties_.clear();
+  other.reset(0, {});
+}
+
+SMatrixContainer& SMatrixContainer::operator=(SMatrixContainer&& other) {
+  if (this == &other) return *this;
+  nb_ports_ = other.nb_ports_;
+  port_names_ = std::move(other.port_names_);
+  port_data_names_ = std::move(other.port_data_names_);
+  properties_ = std::move(other.properties_);
+  samples_ = std::move(other.samples_);
+  models_ = std::move(other.models_);
+  other.properties_.clear();
+  other.reset(0, {});
+  return *this;
+}
+
+SMatrixContainer::~SMatrixContainer() = default;
+
+SMatrixEvaluator::Type SMatrixContainer::type() const {
+  return MIXED;
+}
+
+SMatrixEvaluator* SMatrixContainer::clone() const {
+  return new SMatrixContainer(*this);
+}
+
+void SMatrixContainer::reset(std::size_t nbPorts, const std::vector<PortDataName>& names) {
+  std::vector<PortDataName> sorted(names);
+  std::sort(sorted.begin(), sorted.end());
+  nb_ports_ = nbPorts;
+  port_names_.resize(nbPorts);
+  for (std::size_t i = 0; i < nbPorts; ++i)
+    port_names_[i] = "port_" + std::to_string(i);
+  // The maps keep their indices: after a change of port count the former global map is found
+  // at its old index, now a port's map. Files written by earlier versions rely on this.
+  properties_.resize(nbPorts + 1);
+  samples_.clear();
+  models_.clear();
+  port_data_names_ = std::move(sorted);
+}
+
+void SMatrixContainer::add(const SMatrixSample& s) {
+  if (!conforms(s.begin_port_data(), s.end_port_data(), port_data_names_)) {
+    std::string text = "Port data of S-sample and S-container must be identical:  sample:";
+    append_keys(text, s.begin_port_data(), s.end_port_data());
+    text += ":  container:";
+    append_names(text, port_data_names_);
+    throw std::runtime_error(text);
+  }
+  const double f = s.frequency();
+  // Readers and loaders add in ascending frequency: the common case appends at the end in
+  // constant time. Otherwise the first sample not below f is the only candidate for an
+  // equivalent one (a NaN frequency is equivalent to every sample, so it finds the first).
+  auto hint = samples_.end();
+  if (!samples_.empty() && !(std::prev(hint)->sample.frequency() < f)) {
+    hint = samples_.lower_bound(f);
+    if (hint != samples_.end() && !(f < hint->sample.frequency())) {
+      throw std::runtime_error(
+          detail::message("S-matrix sample at ", f, " Hz is already available"));
+    }
+  }
+  samples_.emplace_hint(hint, make_stored(s));
+}
+
+void SMatrixContainer::add(const SMatrixModel& m) {
+  if (m.from() > m.to()) {
+    throw std::runtime_error(
+        detail::message("invalid frequency range [", m.from(), " , ", m.to(), "]"));
+  }
+  if (!conforms(m.begin_port_data(), m.end_port_data(), port_data_names_)) {
+    std::string text = "Port data of S-model and S-container must be identical\n  model:";
+    append_keys(text, m.begin_port_data(), m.end_port_data());
+    text += "\n  container:";
+    append_names(text, port_data_names_);
+    throw std::runtime_error(text);
+  }
+  // The stored bands form a chain under less_freq, so the models below m are a prefix and the
+  // models above m a suffix; the first one not below m is the lowest overlapping model if any.
+  auto position = models_.lower_bound(m);
+  if (position != models_.end() && !models_.key_comp()(m, *position)) {
+    throw std::runtime_error(detail::message("S-matrix model at [", m.from(), " , ", m.to(),
+                                             "] Hz overlaps with an existing model at [",
+                                             position->from(), " , ", position->to(), "] Hz"));
+  }
+  models_.emplace_hint(position, m);
+}
+
+std::string& SMatrixContainer::name(std::size_t i) {
+  if (i >= port_names_.size()) throw std::runtime_error("port index out of bounds");
+  return port_names_[i];
+}
+
+const std::string& SMatrixContainer::name(std::size_t i) const {
+  if (i >= port_names_.size()) throw std::runtime_error("port index out of bounds");
+  return port_names_[i];
+}
+
+bool SMatrixContainer::is_valid_property(const std::string& key, const std::string&) {
+  return !key.empty();
+}
+
+SMatrixContainer::PropertyMap& SMatrixContainer::property_map(std::size_t i) {
+  if (i >= properties_.size()) throw_bad_subscript();
+  return properties_[i];
+}
+
+const SMatrixContainer::PropertyMap& SMatrixContainer::property_map(std::size_t i) const {
+  if (i >= properties_.size()) throw_bad_subscript();
+  return properties_[i];
+}
+
+void SMatrixContainer::add_global_property(const std::string& key, const std::string& value) {
+  check_property(key, value);
+  property_map(nb_ports_).insert_or_assign(key, value);
+}
+
+void SMatrixContainer::add_port_property(std::size_t i, const std::string& key,
+                                         const std::string& value) {
+  check_property(key, value);
+  // i == N is accepted and reaches the global map; only indices above N are refused.
+  property_map(i).insert_or_assign(key, value);
+}
+
+const std::string& SMatrixContainer::get_global_property(const std::string& key) const {
+  const PropertyMap& map = property_map(nb_ports_);
+  auto it = map.find(key);
+  if (it == map.end()) throw_missing_global(key);
+  return it->second;
+}
+
+const std::string& SMatrixContainer::get_port_property(std::size_t i,
+                                                       const std::string& key) const {
+  const PropertyMap& map = property_map(i);
+  auto it = map.find(key);
+  if (it == map.end()) throw_missing_port(i, key);
+  return it->second;
+}
+
+const SMatrixContainer::PropertyMap& SMatrixContainer::get_global_properties() const {
+  return property_map(nb_ports_);
+}
+
+const SMatrixContainer::PropertyMap& SMatrixContainer::get_port_properties(std::size_t i) const {
+  return property_map(i);
+}
+
+void SMatrixContainer::clear_global_property(const std::string& key) {
+  if (property_map(nb_ports_).erase(key) == 0) throw_missing_global(key);
+}
+
+void SMatrixContainer::clear_port_property(std::size_t i, const std::string& key) {
+  if (property_map(i).erase(key) == 0) throw_missing_port(i, key);
+}
+
+void SMatrixContainer::clear_global_properties() {
+  property_map(nb_ports_).clear();
+}
+
+void SMatrixContainer::clear_port_properties(std::size_t i) {
+  property_map(i).clear();
+}
+
+void SMatrixContainer::clear_properties() {
+  for (PropertyMap& map : properties_)
+    map.clear();
+}
+
+void SMatrixContainer::clear_samples() {
+  samples_.clear();
+}
+
+void SMatrixContainer::clear_models() {
+  models_.clear();
+}
+
+void SMatrixContainer::clear() {
+  clear_global_properties();
+  for (std::size_t i = 0; i < nb_ports_; ++i)
+    properties_[i].clear();
+  samples_.clear();
+  models_.clear();
+}
+
+bool SMatrixContainer::operator==(const SMatrixContainer& other) const {
+  if (nb_ports_ != other.nb_ports_ || port_names_ != other.port_names_ ||
+      properties_ != other.properties_) {
+    return false;
+  }
+  if (samples_.size() != other.samples_.size() || models_.size() != other.models_.size()) {
+    return false;
+  }
+  if (!std::equal(samples_.begin(), samples_.end(), other.samples_.begin(),
+                  [](const detail::StoredSample& a, const detail::StoredSample& b) {
+                    return a.sample == b.sample;
+                  })) {
+    return false;
+  }
+  return std::equal(models_.begin(), models_.end(), other.models_.begin());
+}
+
+}  // namespace korvantix

@@ -1,0 +1,188 @@
+#include <korvantix/evaluator.hpp>
+#include <korvantix/model.hpp>
+
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+#include "detail/message.hpp"
+
+namespace korvantix {
+
+namespace {
+
+constexpr const char* kModalNames[] = {"Zpi", "Zpv", "Zvi", "Gamma"};
+
+[[noreturn]] void throw_not_available(const PortDataName& key) {
+  throw std::runtime_error(detail::message(key.first, "[", key.second, "] is not available"));
+}
+
+PortDataName modal_key(std::size_t port, ModalPortParameterType type) {
+  // The enumeration has a fixed 32-bit type, so a code such as 7 read from a file reaches here
+  // as a valid value and must be refused rather than used as a table index.
+  const auto code = static_cast<std::int32_t>(type);
+  if (code < 0 || code > 3) throw std::runtime_error("modalParameter: unknown modalPortParameter");
+  return {kModalNames[code], port};
+}
+
+std::size_t matrix_size(std::size_t nb_ports) {
+  // N * N must not wrap around: a wrapped size would allocate a small matrix that the unchecked
+  // accessors then overrun.
+  if (nb_ports != 0 && nb_ports > std::numeric_limits<std::size_t>::max() / nb_ports) {
+    throw std::runtime_error(detail::message("S-matrix of ", nb_ports, " ports is too large"));
+  }
+  return nb_ports * nb_ports;
+}
+
+}  // namespace
+
+SMatrixEvaluator::~SMatrixEvaluator() = default;
+
+bool SMatrixEvaluator::equal(const SMatrixEvaluator* a, const SMatrixEvaluator* b) {
+  if (a == nullptr || b == nullptr) return false;
+  const Type type = a->type();
+  if (type != b->type()) return false;
+  switch (type) {
+    case SAMPLE:
+      return static_cast<const SMatrixSample&>(*a) == static_cast<const SMatrixSample&>(*b);
+    case MODEL:
+      return static_cast<const SMatrixModel&>(*a) == static_cast<const SMatrixModel&>(*b);
+    case MIXED:
+      throw std::runtime_error("ModelInterface::equal not supported for MIXED");
+  }
+  return true;
+}
+
+SMatrixSample::SMatrixSample(std::size_t nbPorts, double frequency)
+    : SMatrixEvaluator(nbPorts), frequency_(frequency), s_(matrix_size(nbPorts)), zref_(nbPorts) {}
+
+SMatrixSample::SMatrixSample(std::size_t nbPorts, double frequency,
+                             const std::vector<PortDataName>& names)
+    : SMatrixSample(nbPorts, frequency) {
+  for (const PortDataName& key : names)
+    port_data_.emplace(key, std::complex<double>());
+}
+
+SMatrixSample::SMatrixSample(const SMatrixSample& other) = default;
+SMatrixSample& SMatrixSample::operator=(const SMatrixSample& other) = default;
+
+SMatrixSample::SMatrixSample(SMatrixSample&& other) noexcept
+    : SMatrixEvaluator(other),
+      frequency_(other.frequency_),
+      s_(std::move(other.s_)),
+      zref_(std::move(other.zref_)),
+      port_data_(std::move(other.port_data_)) {
+  other.nb_ports_ = 0;
+  other.frequency_ = -1.0;
+  other.s_.clear();
+  other.zref_.clear();
+  other.port_data_.clear();
+}
+
+SMatrixSample& SMatrixSample::operator=(SMatrixSample&& other) noexcept {
+  if (this == &other) return *this;
+  nb_ports_ = other.nb_ports_;
+  frequency_ = other.frequency_;
+  s_ = std::move(other.s_);
+  zref_ = std::move(other.zref_);
+  port_data_ = std::move(other.port_data_);
+  other.nb_ports_ = 0;
+  other.frequency_ = -1.0;
+  other.s_.clear();
+  other.zref_.clear();
+  other.port_data_.clear();
+  return *this;
+}
+
+SMatrixSample::~SMatrixSample() = default;
+
+SMatrixEvaluator::Type SMatrixSample::type() const {
+  return SAMPLE;
+}
+
+bool SMatrixSample::is_symmetric() const {
+  const std::size_t n = nb_ports_;
+  for (std::size_t i = 0; i < n; ++i) {
+    for (std::size_t j = i + 1; j < n; ++j) {
+      if (!(s_[i * n + j] == s_[j * n + i])) return false;
+    }
+  }
+  return true;
+}
+
+SMatrixEvaluator* SMatrixSample::clone() const {
+  return new SMatrixSample(*this);
+}
+
+double SMatrixSample::from() const {
+  return frequency_;
+}
+
+double SMatrixSample::to() const {
+  return frequency_;
+}
+
+SMatrixSample SMatrixSample::evaluate(double frequency, InterpolationType) const {
+  if (frequency == frequency_) return *this;
+  throw std::out_of_range("");
+}
+
+std::complex<double>& SMatrixSample::operator()(const PortDataName& key) {
+  auto it = port_data_.find(key);
+  if (it == port_data_.end()) throw_not_available(key);
+  return it->second;
+}
+
+const std::complex<double>& SMatrixSample::operator()(const PortDataName& key) const {
+  auto it = port_data_.find(key);
+  if (it == port_data_.end()) throw_not_available(key);
+  return it->second;
+}
+
+void SMatrixSample::set(const PortDataName& key, const std::complex<double>& value) {
+  (*this)(key) = value;
+}
+
+std::complex<double>& SMatrixSample::modalParameter(std::size_t port, ModalPortParameterType type) {
+  return (*this)(modal_key(port, type));
+}
+
+const std::complex<double>& SMatrixSample::modalParameter(std::size_t port,
+                                                          ModalPortParameterType type) const {
+  return (*this)(modal_key(port, type));
+}
+
+std::vector<PortDataName> SMatrixSample::port_data_names() const {
+  std::vector<PortDataName> names;
+  names.reserve(port_data_.size());
+  for (const auto& entry : port_data_)
+    names.push_back(entry.first);
+  return names;
+}
+
+bool SMatrixSample::operator==(const SMatrixSample& other) const {
+  // std::complex compares real and imaginary parts with ==, which is the exact test wanted
+  // (a NaN never equal, -0.0 equal to 0.0); the containers compare sizes first.
+  return nb_ports_ == other.nb_ports_ && frequency_ == other.frequency_ && s_ == other.s_ &&
+         zref_ == other.zref_ && port_data_ == other.port_data_;
+}
+
+SMatrixSample SMatrixSample::permute(const std::vector<std::size_t>& p) const {
+  std::vector<PortDataName> names;
+  names.reserve(port_data_.size());
+  for (const auto& entry : port_data_)
+    names.emplace_back(entry.first.first, p[entry.first.second]);
+  SMatrixSample result(nb_ports_, frequency_, names);
+  const std::size_t n = nb_ports_;
+  for (std::size_t i = 0; i < n; ++i) {
+    result.zref_[p[i]] = zref_[i];
+    for (std::size_t j = 0; j < n; ++j)
+      result.s_[p[i] * n + p[j]] = s_[i * n + j];
+  }
+  for (const auto& entry : port_data_) {
+    result.port_data_[{entry.first.first, p[entry.first.second]}] = entry.second;
+  }
+  return result;
+}
+
+}  // namespace korvantix
