@@ -56,8 +56,6 @@ class OutputBuffer {
     if (static_cast<std::size_t>(end_ - pos_) < room) drain();
   }
   void zeros(std::size_t n);
-  template <class Write>
-  void number(double x, int precision, Write write);
 
   std::FILE* file_ = nullptr;
   std::string* sink_ = nullptr;
