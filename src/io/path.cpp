@@ -205,13 +205,21 @@ File open_file(const char* path, const char* mode) {
 #endif
 }
 
-bool read_all(std::FILE* f, std::string& out) {
+bool load_file(const char* path, std::string& out) {
+  const File file = open_file(path, "rb");
+  if (!file) return false;
   out.clear();
+  // Reserve what the file's size promises; the loop below still reads to the real end.
+  if (std::fseek(file.get(), 0, SEEK_END) == 0) {
+    const long size = std::ftell(file.get());
+    if (size > 0) out.reserve(static_cast<std::size_t>(size));
+    std::rewind(file.get());
+  }
   char chunk[65536];
   for (;;) {
-    const std::size_t got = std::fread(chunk, 1, sizeof chunk, f);
+    const std::size_t got = std::fread(chunk, 1, sizeof chunk, file.get());
     out.append(chunk, got);
-    if (got < sizeof chunk) return std::ferror(f) == 0;
+    if (got < sizeof chunk) return std::ferror(file.get()) == 0;
   }
 }
 

@@ -20,9 +20,9 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 /// mode as for fopen ("rb", "wb", "w", ...). May throw std::range_error("bad conversion").
 File open_file(const char* path, const char* mode);
 
-/// Reads everything from the current position to the end of f into out (replacing it).
-/// False on a read error.
-bool read_all(std::FILE* f, std::string& out);
+/// Loads the whole file into out (replacing it); false when it does not open or cannot be read.
+/// May throw std::range_error("bad conversion").
+bool load_file(const char* path, std::string& out);
 
 /// Strict UTF-8 to UTF-16: overlong forms, encoded surrogates, code points above U+10FFFF and
 /// cut sequences throw std::range_error("bad conversion").

@@ -1,0 +1,372 @@
+#include "io/ascii_reader.hpp"
+
+#include <korvantix/container.hpp>
+#include <korvantix/io.hpp>
+
+#include <stdexcept>
+#include <utility>
+
+#include "detail/message.hpp"
+#include "io/grammar.hpp"
+#include "io/keywords.hpp"
+#include "io/path.hpp"
+
+namespace korvantix {
+namespace detail {
+namespace {
+
+// Least number of bytes one item of a list takes in the file, separator included; a count
+// above remaining() / k cannot be genuine and is refused before anything is allocated.
+constexpr std::size_t kValueBytes = 2;        // "\t1", or "(1)"
+constexpr std::size_t kEntryBytes = 4;        // "<><>", "\ta 0"
+constexpr std::size_t kSampleBytes = 14;      // "FREQ 1 Hz S Zref"
+constexpr std::size_t kModelBytes = 20;       // "FREQRANGE 1 1 Hz S Zref"
+constexpr std::size_t kScalarModelBytes = 6;  // " POLY 0"
+
+constexpr const char* kDevelopmentVersion =
+    "scii kvx version 1.x.x not supported (development version)";
+
+std::string port_data_name_text(std::string_view name, std::uint64_t index) {
+  return message(name, "[", index, "]");
+}
+
+std::vector<double> reals(AsciiTokens& tokens, std::size_t n) {
+  std::vector<double> values(n);
+  for (double& v : values)
+    v = tokens.real();
+  return values;
+}
+
+std::vector<std::complex<double>> complexes(AsciiTokens& tokens, std::size_t n) {
+  std::vector<std::complex<double>> values(n);
+  for (std::complex<double>& v : values)
+    v = tokens.complex();
+  return values;
+}
+
+class AsciiReader {
+ public:
+  AsciiReader(AsciiTokens tokens, Grammar grammar) : tokens_(tokens), grammar_(grammar) {}
+
+  void read(SMatrixContainer& container) {
+    read_ports();
+    if (grammar_.has_port_data_names) read_port_data_names();
+    container = grammar_.has_port_data_names ? SMatrixContainer(nb_ports_, port_data_names_)
+                                             : SMatrixContainer(nb_ports_);
+    for (std::size_t i = 0; i < nb_ports_; ++i)
+      container.name(i) = std::move(port_names_[i]);
+    read_global_properties(container);
+    read_port_properties(container);
+    if (grammar_.has_port_models) read_port_models();
+    read_samples(container);
+    read_models(container);
+    // A number that failed inside the last values is caught by no later keyword.
+    if (tokens_.failed()) throw std::runtime_error("parsing error: invalid or missing number");
+  }
+
+ private:
+  void read_ports() {
+    const std::string_view word = tokens_.word();
+    if (word == kvx::kPropagationConstant) {
+      // Such files leave out the port section altogether: they describe no ports.
+      propagation_constant_ = tokens_.word() == kvx::kYes;
+      return;
+    }
+    if (word != kvx::kPorts) {
+      throw std::runtime_error(
+          message("syntax error: expected PROPAGATIONCONSTANT or PORTS, but found ", word));
+    }
+    nb_ports_ = tokens_.count(kValueBytes);
+    port_names_.reserve(nb_ports_);
+    for (std::size_t i = 0; i < nb_ports_; ++i)
+      port_names_.push_back(tokens_.text());
+  }
+
+  void read_port_data_names() {
+    tokens_.expect(kvx::kPort);
+    tokens_.expect(kvx::kData);
+    tokens_.expect(kvx::kNames);
+    const std::size_t n = tokens_.count(kEntryBytes);
+    port_data_names_.reserve(n);
+    for (std::size_t k = 0; k < n; ++k) {
+      std::string name(tokens_.word());
+      const std::size_t index = tokens_.count();
+      port_data_names_.emplace_back(std::move(name), index);
+    }
+  }
+
+  void read_global_properties(SMatrixContainer& container) {
+    tokens_.expect(kvx::kGlobal);
+    tokens_.expect(kvx::kProperties);
+    const std::size_t n = tokens_.count(kEntryBytes);
+    for (std::size_t k = 0; k < n; ++k) {
+      const std::string key = tokens_.text();
+      container.add_global_property(key, tokens_.text());
+    }
+  }
+
+  void read_port_properties(SMatrixContainer& container) {
+    for (std::size_t p = 0; p < nb_ports_; ++p) {
+      tokens_.expect(kvx::kPort);
+      tokens_.expect(kvx::kProperties);
+      const std::uint64_t q = tokens_.count();
+      if (q != p) {
+        throw std::runtime_error(
+            message("expected PORT PROPERTIES ", p, ", but found PORT PROPERTIES ", q));
+      }
+      const std::size_t n = tokens_.count(kEntryBytes);
+      for (std::size_t k = 0; k < n; ++k) {
+        const std::string key = tokens_.text();
+        container.add_port_property(p, key, tokens_.text());
+      }
+    }
+  }
+
+  // Version 2.2 kept a list of port models here that nothing uses any more.
+  void read_port_models() {
+    tokens_.expect(kvx::kPort);
+    tokens_.expect(kvx::kModels);
+    const std::size_t n = tokens_.count(kEntryBytes);
+    for (std::size_t k = 0; k < n; ++k) {
+      tokens_.text();
+      tokens_.count();
+    }
+  }
+
+  // N x N values must fit into what is left before a sample or model allocates them.
+  void check_matrix_fits(std::size_t item_bytes) const {
+    const std::uint64_t n = nb_ports_;
+    if (n != 0 && !fits(n, item_bytes, tokens_.remaining() / n)) {
+      throw std::runtime_error(
+          message("parsing error: port count ", n, " too large for the rest of the file"));
+    }
+  }
+
+  void read_samples(SMatrixContainer& container) {
+    tokens_.expect(kvx::kSamples);
+    const std::size_t n = tokens_.count(kSampleBytes);
+    const std::size_t ports = nb_ports_;
+    for (std::size_t k = 0; k < n; ++k) {
+      tokens_.expect(kvx::kFreq);
+      const double f = tokens_.real();
+      tokens_.expect(kvx::kHz);
+      check_matrix_fits(kValueBytes);
+      SMatrixSample sample = grammar_.has_port_data_names
+                                 ? SMatrixSample(ports, f, port_data_names_)
+                                 : SMatrixSample(ports, f);
+      tokens_.expect(kvx::kS);
+      for (std::complex<double>& s : sample.S())
+        s = tokens_.complex();
+      tokens_.expect(kvx::kZref);
+      for (std::complex<double>& z : sample.Zref())
+        z = tokens_.complex();
+      for (const PortDataName& expected : port_data_names_) {
+        const std::string_view name = tokens_.word();
+        const std::uint64_t index = tokens_.count();
+        if (name != expected.first || index != expected.second) {
+          throw std::runtime_error(
+              message("unexpected port data name: ", port_data_name_text(name, index)));
+        }
+        sample.set(expected, tokens_.complex());
+      }
+      if (propagation_constant_) {
+        tokens_.expect(kvx::kPropagationConstant);
+        for (std::size_t i = 0; i < ports; ++i)
+          tokens_.complex();
+      }
+      // A sample read after a failed number is not kept; the next keyword reports the failure.
+      if (!tokens_.failed()) container.add(sample);
+    }
+  }
+
+  void read_models(SMatrixContainer& container) {
+    tokens_.expect(kvx::kModels);
+    const std::size_t n = tokens_.count(kModelBytes);
+    const std::size_t ports = nb_ports_;
+    for (std::size_t k = 0; k < n; ++k) {
+      tokens_.expect(kvx::kFreqRange);
+      const double from = tokens_.real();
+      const double to = tokens_.real();
+      tokens_.expect(kvx::kHz);
+      check_matrix_fits(kScalarModelBytes);
+      SMatrixModel model = grammar_.has_port_data_names
+                               ? SMatrixModel(ports, from, to, port_data_names_)
+                               : SMatrixModel(ports, from, to);
+      tokens_.expect(kvx::kS);
+      for (SMatrixModel::ScalarModelPtr& s : model.S())
+        s = read_scalar_model(tokens_);
+      tokens_.expect(kvx::kZref);
+      for (SMatrixModel::ScalarModelPtr& z : model.Zref())
+        z = read_scalar_model(tokens_);
+      for (const PortDataName& expected : port_data_names_) {
+        const std::string_view name = tokens_.word();
+        const std::uint64_t index = tokens_.count();
+        if (name != expected.first || index != expected.second) {
+          throw std::runtime_error(message("unexpected port data name when parsing the models: ",
+                                           port_data_name_text(name, index)));
+        }
+        model.set(expected, read_scalar_model(tokens_).get());
+      }
+      if (propagation_constant_) {
+        tokens_.expect(kvx::kPropagationConstant);
+        for (std::size_t i = 0; i < ports; ++i)
+          read_scalar_model(tokens_);
+      }
+      if (!tokens_.failed()) container.add(model);
+    }
+  }
+
+  AsciiTokens tokens_;
+  Grammar grammar_;
+  bool propagation_constant_ = false;
+  std::size_t nb_ports_ = 0;
+  std::vector<std::string> port_names_;
+  std::vector<PortDataName> port_data_names_;
+};
+
+std::unique_ptr<ScalarModel> read_polynomial(AsciiTokens& tokens) {
+  const std::size_t n = tokens.count(kValueBytes);
+  return std::make_unique<PolynomialModel>(complexes(tokens, n));
+}
+
+std::unique_ptr<ScalarModel> read_rational(AsciiTokens& tokens) {
+  const double scale = tokens.real();
+  const std::size_t a = tokens.count(kValueBytes);
+  const std::size_t b = tokens.count(kValueBytes);
+  std::vector<std::complex<double>> nominator = complexes(tokens, a);
+  std::vector<std::complex<double>> denominator = complexes(tokens, b);
+  return std::make_unique<RationalModel>(nominator, denominator, scale);
+}
+
+std::unique_ptr<ScalarModel> read_pole_zero(AsciiTokens& tokens) {
+  const std::size_t n = tokens.count(2 * kValueBytes);
+  tokens.expect(kvx::kPoles);
+  const std::vector<std::complex<double>> poles = complexes(tokens, n);
+  tokens.expect(kvx::kResidues);
+  const std::vector<std::complex<double>> residues = complexes(tokens, n);
+  tokens.expect(kvx::kConstant);
+  const std::complex<double> constant = tokens.complex();
+  tokens.expect(kvx::kLinear);
+  const std::complex<double> linear = tokens.complex();
+  tokens.expect(kvx::kFreqScale);
+  const double scale = tokens.real();
+  return std::make_unique<PoleZeroModel>(scale, poles, residues, constant, linear);
+}
+
+std::unique_ptr<ScalarModel> read_static_table(AsciiTokens& tokens) {
+  const std::uint64_t degree = tokens.count();
+  const std::size_t t = tokens.count(kValueBytes);
+  const std::size_t s = tokens.count(2 * kValueBytes);
+  std::vector<Transformation::Type> transformations;
+  transformations.reserve(t);
+  for (std::size_t k = 0; k < t; ++k) {
+    const std::string_view word = tokens.word();
+    if (word == kvx::kInverse) {
+      transformations.push_back(Transformation::Inverse);
+    } else if (word == kvx::kSquared) {
+      transformations.push_back(Transformation::Squared);
+    } else {
+      throw std::runtime_error(message("parsing error, unknown transformation type <", word, ">"));
+    }
+  }
+  std::vector<std::pair<double, std::complex<double>>> samples(s);
+  for (auto& [f, v] : samples) {
+    f = tokens.real();
+    v = tokens.complex();
+  }
+  // After a failed number the values are zeros; the grammar reports the failure instead.
+  if (tokens.failed()) return std::make_unique<StaticTableModel>(1);
+  return make_static_table(degree, transformations, samples);
+}
+
+std::unique_ptr<ScalarModel> read_spline(AsciiTokens& tokens, bool causality_enforced) {
+  const std::size_t n = tokens.count(3 * kValueBytes);
+  const std::size_t m = causality_enforced ? tokens.count(kValueBytes) : 0;
+  tokens.expect(kvx::kFreqs);
+  std::vector<double> freqs = reals(tokens, n);
+  tokens.expect(kvx::kSamples);
+  std::vector<std::complex<double>> samples = complexes(tokens, n);
+  tokens.expect(kvx::kCoefs);
+  std::vector<std::complex<double>> coefs = complexes(tokens, n);
+  std::optional<std::vector<double>> subtraction_freqs;
+  if (causality_enforced) {
+    tokens.expect(kvx::kSubtractionFreqs);
+    subtraction_freqs = reals(tokens, m);
+  }
+  if (tokens.failed()) return std::make_unique<PolynomialModel>();
+  return make_spline(std::move(freqs), std::move(samples), std::move(coefs),
+                     std::move(subtraction_freqs));
+}
+
+// The magic test and the three version numbers that follow it.
+FormatVersion read_header(std::string_view data, AsciiTokens& tokens) {
+  if (!has_ascii_magic(data)) throw std::runtime_error("not an ascii kvx-file");
+  const int major = tokens.integer();
+  const int minor = tokens.integer();
+  const int patch = tokens.integer();
+  return {major, minor, patch};
+}
+
+}  // namespace
+
+bool has_ascii_magic(std::string_view data) noexcept {
+  return data.substr(0, kvx::kMagicSize) == kvx::kAsciiMagic;
+}
+
+std::unique_ptr<ScalarModel> read_scalar_model(AsciiTokens& tokens) {
+  const std::string_view word = tokens.word();
+  if (word == kvx::kPoly) return read_polynomial(tokens);
+  if (word == kvx::kRat) return read_rational(tokens);
+  if (word == kvx::kPoleZero) return read_pole_zero(tokens);
+  if (word == kvx::kStaticTable) return read_static_table(tokens);
+  if (word == kvx::kSparaSpline) return read_spline(tokens, false);
+  if (word == kvx::kCausalitySpline) return read_spline(tokens, true);
+  throw std::runtime_error(message(
+      "syntax error: exptected POLY or RAT or POLEZERO or STATICTABLE or SPARASPLINE but found <",
+      word, ">"));
+}
+
+void parse_ascii(std::string_view data, SMatrixContainer& container) {
+  AsciiTokens tokens(data.substr(std::min(data.size(), kvx::kMagicSize)));
+  const FormatVersion v = read_header(data, tokens);
+  const Grammar grammar = select_grammar(v.major, v.minor, v.patch, kDevelopmentVersion);
+  AsciiReader(tokens, grammar).read(container);
+}
+
+void parse_port_names_ascii(std::string_view data, std::vector<std::string>& names) {
+  AsciiTokens tokens(data.substr(std::min(data.size(), kvx::kMagicSize)));
+  const FormatVersion v = read_header(data, tokens);
+  if (v.major == 1) throw std::runtime_error(kDevelopmentVersion);
+  tokens.expect(kvx::kPorts);
+  const std::size_t n = tokens.count(kValueBytes);
+  for (std::size_t i = 0; i < n; ++i)
+    names.push_back(tokens.text());
+}
+
+}  // namespace detail
+
+bool is_ascii(const char* path) {
+  const detail::File file = detail::open_file(path, "rb");
+  if (!file) throw std::runtime_error(detail::message("Unable to read <", path, ">"));
+  char head[detail::kvx::kMagicSize];
+  const std::size_t got = std::fread(head, 1, sizeof head, file.get());
+  return detail::has_ascii_magic(std::string_view(head, got));
+}
+
+void read_ascii(SMatrixContainer& container, const char* path) {
+  std::string data;
+  if (!detail::load_file(path, data)) {
+    throw std::runtime_error(detail::message("Unable to read <", path, ">"));
+  }
+  detail::parse_ascii(data, container);
+}
+
+void readPortNames_ascii(std::vector<std::string>& names, const char* path) {
+  std::string data;
+  if (!detail::load_file(path, data)) {
+    throw std::runtime_error(detail::message("Unable to read <", path, ">"));
+  }
+  detail::parse_port_names_ascii(data, names);
+}
+
+}  // namespace korvantix

@@ -1,0 +1,97 @@
+#include "io/ascii_tokens.hpp"
+
+#include <cstring>
+#include <stdexcept>
+
+#include "detail/message.hpp"
+#include "detail/number_parse.hpp"
+
+namespace korvantix::detail {
+
+std::string_view AsciiTokens::word() {
+  if (failed_) return {};
+  const char* first = skip_space(pos_, end_);
+  const char* last = first;
+  while (last != end_ && !is_space(*last))
+    ++last;
+  pos_ = last;
+  if (first == last) failed_ = true;
+  return std::string_view(first, static_cast<std::size_t>(last - first));
+}
+
+void AsciiTokens::expect(std::string_view keyword) {
+  const std::string_view found = word();
+  if (found != keyword) {
+    throw std::runtime_error(message("syntax error: expected ", keyword, ", but found ", found));
+  }
+}
+
+std::uint64_t AsciiTokens::count() {
+  if (failed_) return 0;
+  std::uint64_t value = 0;
+  const ParseResult result = parse_count(pos_, end_, value);
+  pos_ = result.ptr;
+  if (!result.ok) failed_ = true;
+  return failed_ ? 0 : value;
+}
+
+std::uint64_t AsciiTokens::count(std::size_t min_item_bytes) {
+  const std::uint64_t n = count();
+  if (n > remaining() / min_item_bytes) {
+    throw std::runtime_error(
+        message("parsing error: count ", n, " too large for the rest of the file"));
+  }
+  return n;
+}
+
+int AsciiTokens::integer() {
+  if (failed_) return 0;
+  int value = 0;
+  const ParseResult result = parse_int(pos_, end_, value);
+  pos_ = result.ptr;
+  if (!result.ok) failed_ = true;
+  return failed_ ? 0 : value;
+}
+
+double AsciiTokens::real() {
+  if (failed_) return 0.0;
+  double value = 0.0;
+  const ParseResult result = parse_real(pos_, end_, value);
+  pos_ = result.ptr;
+  if (!result.ok) failed_ = true;
+  return failed_ ? 0.0 : value;
+}
+
+std::complex<double> AsciiTokens::complex() {
+  if (failed_) return {};
+  std::complex<double> value;
+  const ParseResult result = parse_complex(pos_, end_, value);
+  pos_ = result.ptr;
+  if (!result.ok) failed_ = true;
+  return failed_ ? std::complex<double>() : value;
+}
+
+std::string AsciiTokens::text() {
+  const void* open = failed_ ? nullptr : std::memchr(pos_, '<', remaining());
+  if (open == nullptr) {
+    pos_ = end_;
+    throw std::runtime_error("parsing error: reached end of file while searching for '<'");
+  }
+  const char* const first = static_cast<const char*>(open) + 1;
+  std::size_t depth = 0;
+  for (const char* p = first; p != end_; ++p) {
+    if (*p == '<') {
+      ++depth;
+    } else if (*p == '>') {
+      if (depth == 0) {
+        pos_ = p + 1;
+        return std::string(first, p);
+      }
+      --depth;
+    }
+  }
+  pos_ = end_;
+  throw std::runtime_error("parsing error: reached end of file while searching for '>'");
+}
+
+}  // namespace korvantix::detail

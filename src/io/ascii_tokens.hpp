@@ -1,0 +1,54 @@
+#pragma once
+
+#include <complex>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace korvantix::detail {
+
+/// The vocabulary of an ASCII kvx-file over an in-memory text, with the semantics of formatted
+/// stream extraction in the classic locale: white space (carriage returns included) separates
+/// tokens, and a number that cannot be read puts the reader into a failed state instead of
+/// throwing. From then on every word is empty and every number 0, so the next expected keyword
+/// reports the problem; failed() lets the grammar check at its end that nothing went wrong.
+class AsciiTokens {
+ public:
+  explicit AsciiTokens(std::string_view text) noexcept
+      : pos_(text.data()), end_(text.data() + text.size()) {}
+
+  /// Bytes not yet consumed.
+  std::size_t remaining() const noexcept { return static_cast<std::size_t>(end_ - pos_); }
+  /// Whether an extraction failed (a bad number, or a word at the end of the text).
+  bool failed() const noexcept { return failed_; }
+
+  /// The next white-space delimited word; empty (and failed) at the end of the text. The view
+  /// points into the text.
+  std::string_view word();
+  /// Reads a word. Throws std::runtime_error "syntax error: expected <keyword>, but found <word>"
+  /// unless it is keyword.
+  void expect(std::string_view keyword);
+  /// An unsigned 64-bit number ("-1" wraps round, as for a stream); 0 when it fails.
+  std::uint64_t count();
+  /// A list length whose items take at least min_item_bytes each. Throws std::runtime_error
+  /// "parsing error: count <n> too large for the rest of the file" before anything is allocated.
+  std::uint64_t count(std::size_t min_item_bytes);
+  /// A signed int (the format version); 0 when it fails.
+  int integer();
+  /// A double in any form a stream reads, plus the non-finite forms the writer prints.
+  double real();
+  /// "(re,im)", "(re)" or a bare real.
+  std::complex<double> complex();
+  /// The text between the next "<" and its matching ">" (nested pairs kept, everything in
+  /// between raw). Anything before the "<" is skipped. Throws std::runtime_error "parsing error:
+  /// reached end of file while searching for '<'" (also in the failed state) or "...'>'".
+  std::string text();
+
+ private:
+  const char* pos_;
+  const char* end_;
+  bool failed_ = false;
+};
+
+}  // namespace korvantix::detail
