@@ -254,9 +254,9 @@ class KORVANTIX_API PoleZeroModel : public ScalarModel {
 /// derivatives at the knots. It is causality-enforced (type 6) when it carries subtraction
 /// frequencies, which the library stores but does not use. Outside the knots the end cubics are
 /// extrapolated. Derivatives are with respect to the frequency in hertz.
-/// Evaluation (value, derivatives) and spline_interval_idx throw std::runtime_error when the
-/// three vectors differ in size (the nbKnots() text) or when there are fewer than two knots:
-/// "spline model needs at least 2 knots, found <n>".
+/// Evaluation (value, derivatives) throws std::runtime_error when the three vectors differ in
+/// size (the nbKnots() text) or when there are fewer than two knots: "spline model needs at
+/// least 2 knots, found <n>"; spline_interval_idx throws the latter.
 class KORVANTIX_API SparameterSplineModel : public ScalarModel {
  public:
   /// No knots: empty, type 5.
@@ -497,7 +497,8 @@ extern template class KORVANTIX_API ScalarOperator<ProductTraits>;
 KORVANTIX_API std::ostream& operator<<(std::ostream& out, const PolynomialModel& model);
 /// "Rational Model: ( c0*(freq/scale)^0 + ... ) / ( ... )".
 KORVANTIX_API std::ostream& operator<<(std::ostream& out, const RationalModel& model);
-/// "Pole-Zero Model: r1/(s-p1) + ... + e x s + d, with s = j*omega/scale".
+/// "Pole-Zero Model: r1/(s-p1) + ... + e x s + d, with s = j*omega/scale". Throws the
+/// evaluation's residue error when there are fewer residues than poles.
 KORVANTIX_API std::ostream& operator<<(std::ostream& out, const PoleZeroModel& model);
 /// "S-parameter Spline Model: <n> knots", plus the subtraction count for type 6. Throws the
 /// nbKnots() error when the vector sizes differ.
