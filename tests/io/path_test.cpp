@@ -1,0 +1,132 @@
+#include <korvantix/io.hpp>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "io/path.hpp"
+#include "test_support.hpp"
+
+namespace korvantix {
+namespace {
+
+// Sets or clears TAVRO_LONGPATHSUPPORT for one test and restores the previous state after it.
+class LongPathSwitch {
+ public:
+  explicit LongPathSwitch(bool on) {
+    const char* old = std::getenv(kName);
+    if (old != nullptr) old_ = old;
+    if (on) {
+      ::setenv(kName, "", 1);  // presence alone counts, an empty value included
+    } else {
+      ::unsetenv(kName);
+    }
+  }
+  ~LongPathSwitch() {
+    if (old_) {
+      ::setenv(kName, old_->c_str(), 1);
+    } else {
+      ::unsetenv(kName);
+    }
+  }
+
+ private:
+  static constexpr const char* kName = "TAVRO_LONGPATHSUPPORT";
+  std::optional<std::string> old_;
+};
+
+// A full-path function that pretends the current directory is C:\work.
+std::optional<std::u16string> fake_full_path(const std::u16string& relative) {
+  if (!relative.empty() && relative[0] == u'\\') return u"C:" + relative;
+  return u"C:\\work\\" + relative;
+}
+
+std::optional<std::u16string> failing_full_path(const std::u16string&) {
+  return std::nullopt;
+}
+
+std::string rewrite(const std::string& path, bool prefix = true) {
+  return detail::to_long_path(path, prefix, &fake_full_path);
+}
+
+TEST(Utf, ConvertsEveryEncodingLength) {
+  const std::string text = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";  // a, e-acute, euro, emoji
+  const std::u16string units = detail::utf8_to_utf16(text);
+  EXPECT_EQ(units, (std::u16string{u'a', 0x00E9, 0x20AC, 0xD83D, 0xDE00}));
+  EXPECT_EQ(detail::utf16_to_utf8(units), text);
+}
+
+TEST(Utf, RefusesInvalidText) {
+  for (const std::string bad : {"\x80", "\xC0\xAF", "\xE0\x80\xAF", "\xED\xA0\x80",
+                                "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xE2\x82", "a\xC3"}) {
+    EXPECT_THROW_MSG(detail::utf8_to_utf16(bad), std::range_error, "bad conversion");
+  }
+  EXPECT_THROW_MSG(detail::utf16_to_utf8(u"\xD800x"), std::range_error, "bad conversion");
+  EXPECT_THROW_MSG(detail::utf16_to_utf8(std::u16string(1, char16_t(0xDC00))), std::range_error,
+                   "bad conversion");
+}
+
+TEST(LongPath, WithoutTheSwitchNothingChanges) {
+  LongPathSwitch off(false);
+  EXPECT_EQ(rewrite("a/b.txt"), "a/b.txt");
+  EXPECT_EQ(to_long_path("\xFF not utf-8", true), "\xFF not utf-8");  // no conversion at all
+  EXPECT_EQ(to_native_path("a/b.txt"), L"a/b.txt");
+  EXPECT_THROW_MSG(to_native_path("\xFF"), std::range_error, "bad conversion");
+}
+
+TEST(LongPath, RewritesWithTheSwitch) {
+  LongPathSwitch on(true);
+  EXPECT_EQ(rewrite("C:/data//x.txt"), "\\\\?\\C:\\data\\x.txt");
+  EXPECT_EQ(rewrite("C:/data//x.txt", false), "C:\\data\\x.txt");
+  EXPECT_EQ(rewrite("//?/C:/x"), "\\\\?\\C:\\x");
+  EXPECT_EQ(rewrite("\\\\?\\C:\\x"), "\\\\?\\C:\\x");
+  EXPECT_EQ(rewrite("x.txt"), "\\\\?\\C:\\work\\x.txt");
+  // The prefix is dropped only from a longer path; "//?/" alone is a relative path.
+  EXPECT_EQ(rewrite("//?/", false), "C:\\?\\");
+  // A UNC path loses one leading backslash and then lies on the current drive.
+  EXPECT_EQ(rewrite("\\\\server\\share\\x"), "\\\\?\\C:\\server\\share\\x");
+  // The search resumes behind each hit: three or four separators keep two.
+  EXPECT_EQ(rewrite("C:/a///b", false), "C:\\a\\\\b");
+  EXPECT_EQ(rewrite("C:/a////b", false), "C:\\a\\\\b");
+  EXPECT_EQ(rewrite("", false), "C:\\work\\");
+  EXPECT_EQ(rewrite("C:\xE2\x82\xAC", false), "C:\xE2\x82\xAC");
+  EXPECT_EQ(detail::to_long_path("rel", true, &failing_full_path), "");
+  EXPECT_THROW_MSG(rewrite("C:/\xC3"), std::range_error, "bad conversion");
+}
+
+TEST(LongPath, NativePathHoldsUtf16Units) {
+  LongPathSwitch on(true);
+  const std::wstring native = to_native_path("C:/\xF0\x9F\x98\x80");
+  EXPECT_EQ(native, (std::wstring{L'\\', L'\\', L'?', L'\\', L'C', L':', L'\\', wchar_t(0xD83D),
+                                  wchar_t(0xDE00)}));
+}
+
+#if !defined(_WIN32)
+TEST(LongPath, PlatformFullPathResolvesAgainstTheCurrentDirectory) {
+  const std::optional<std::u16string> root = detail::platform_full_path(u"\\x\\.\\y\\..\\z");
+  EXPECT_EQ(root, std::u16string(u"\\x\\z"));
+  EXPECT_EQ(detail::platform_full_path(u"\\..\\.."), std::u16string(u"\\"));
+  EXPECT_EQ(detail::platform_full_path(std::u16string(1100, u'a')), std::nullopt);
+
+  LongPathSwitch on(true);
+  std::string cwd = detail::utf16_to_utf8(*detail::platform_full_path(u"."));
+  EXPECT_EQ(to_long_path("sub/../f.kvx", false), cwd + "\\f.kvx");
+  EXPECT_EQ(to_long_path("f.kvx", true), "\\\\?\\" + cwd + "\\f.kvx");
+}
+
+TEST(OpenFile, OpensTheUtf8PathUnchangedEvenWithTheSwitch) {
+  LongPathSwitch on(true);
+  const std::string path = ::testing::TempDir() + "korvantix_path_\xC3\xA9.txt";
+  { EXPECT_NE(detail::open_file(path.c_str(), "wb"), nullptr); }
+  EXPECT_NE(detail::open_file(path.c_str(), "rb"), nullptr);
+  EXPECT_EQ(detail::open_file((path + ".missing").c_str(), "rb"), nullptr);
+  EXPECT_THROW_MSG(detail::open_file("\xC3(", "rb"), std::range_error, "bad conversion");
+  std::remove(path.c_str());
+}
+#endif
+
+}  // namespace
+}  // namespace korvantix
