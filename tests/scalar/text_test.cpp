@@ -90,7 +90,8 @@ TEST(ScalarText, PointerDispatch) {
     EXPECT_EQ(text(model.get()), expected);
   EXPECT_EQ(text(static_cast<const ScalarModel*>(&a)), "Polynomial Model: (1,0)*freq^0");
   EXPECT_EQ(text(static_cast<const ScalarModel*>(&a)), text(a));
-  EXPECT_EQ(text(static_cast<const ScalarModel*>(new Foreign(999))), "unknown scalar model type");
+  const Foreign unknown(999);
+  EXPECT_EQ(text(static_cast<const ScalarModel*>(&unknown)), "unknown scalar model type");
   for (std::int32_t code : {0, 7, 100, 998, 1000, 1001, -1}) {
     const Foreign foreign(code);
     EXPECT_EQ(text(static_cast<const ScalarModel*>(&foreign)), "") << code;
