@@ -125,7 +125,7 @@ TEST(AdaptivePlan, BeatsTheLinearPlanOnAResonance) {
     EXPECT_EQ(adaptive.back(), 2e9);
     const double e_adaptive = max_interpolation_error(c, adaptive);
     const double e_linear = max_interpolation_error(c, linear);
-    EXPECT_LT(e_adaptive, 0.25 * e_linear)
+    EXPECT_LT(e_adaptive, 0.05 * e_linear)
         << n << " points: adaptive " << e_adaptive << ", linear " << e_linear;
   }
 }
