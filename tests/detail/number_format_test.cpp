@@ -113,49 +113,81 @@ TEST(NumberFormat, AppendsToExistingText) {
   EXPECT_EQ(out, "FREQ 1.00e+09 Hz");
 }
 
-TEST(NumberFormat, ScientificMatchesStreamOnVariedDoubles) {
-  StreamReference reference(true);
-  for (const int precision : kPrecisions) {
-    std::size_t mismatches = 0;
-    for (const double x : varied_doubles(test::kComparisonCount)) {
-      const std::string expected = reference(x, precision);
-      if (scientific(x, precision) != expected && ++mismatches <= 5) {
-        ADD_FAILURE() << "precision " << precision << " bits " << std::hex << test::to_bits(x)
-                      << ": " << scientific(x, precision) << " != " << expected;
-      }
-    }
-    EXPECT_EQ(mismatches, 0u) << "precision " << precision;
-  }
+const std::vector<double>& comparison_values() {
+  static const std::vector<double> values = varied_doubles(test::kComparisonCount);
+  return values;
 }
 
-TEST(NumberFormat, GeneralMatchesStreamOnVariedDoubles) {
-  StreamReference reference(false);
-  for (const int precision : kPrecisions) {
-    std::size_t mismatches = 0;
-    for (const double x : varied_doubles(test::kComparisonCount)) {
-      const std::string expected = reference(x, precision);
-      if (general(x, precision) != expected && ++mismatches <= 5) {
-        ADD_FAILURE() << "precision " << precision << " bits " << std::hex << test::to_bits(x)
-                      << ": " << general(x, precision) << " != " << expected;
-      }
-    }
-    EXPECT_EQ(mismatches, 0u) << "precision " << precision;
+// Builds the text of all comparison values, one per line, with the function under test and
+// with the reference, and reports the first lines that differ.
+template <class Ours, class Reference>
+void expect_same_lines(int precision, Ours ours, Reference reference) {
+  std::string actual;
+  std::string expected;
+  for (const double x : comparison_values()) {
+    ours(actual, x);
+    actual += '\n';
   }
+  reference(expected);
+  if (actual == expected) return;
+  std::istringstream a(actual);
+  std::istringstream e(expected);
+  std::string line_a;
+  std::string line_e;
+  int reported = 0;
+  for (std::size_t i = 0; std::getline(a, line_a) && std::getline(e, line_e) && reported < 5; ++i) {
+    if (line_a != line_e) {
+      ++reported;
+      ADD_FAILURE() << "precision " << precision << " bits " << std::hex
+                    << test::to_bits(comparison_values()[i]) << ": " << line_a << " != " << line_e;
+    }
+  }
+  EXPECT_TRUE(reported > 0) << "texts differ in length only";
 }
 
-TEST(NumberFormat, GeneralUpperMatchesPrintfOnVariedDoubles) {
-  for (const int precision : kPrecisions) {
-    std::size_t mismatches = 0;
-    for (const double x : varied_doubles(test::kComparisonCount)) {
-      const std::string expected = printf_text("%.*G", x, precision);
-      if (general_upper(x, precision) != expected && ++mismatches <= 5) {
-        ADD_FAILURE() << "precision " << precision << " bits " << std::hex << test::to_bits(x)
-                      << ": " << general_upper(x, precision) << " != " << expected;
-      }
-    }
-    EXPECT_EQ(mismatches, 0u) << "precision " << precision;
-  }
+// The reference streams every value into one stream: the same formatting path as one value at
+// a time, without a string copy per value.
+void stream_all(std::string& expected, bool scientific, int precision) {
+  std::ostringstream stream;
+  stream.imbue(std::locale::classic());
+  if (scientific) stream << std::scientific;
+  stream.precision(precision);
+  for (const double x : comparison_values())
+    stream << x << '\n';
+  expected = stream.str();
 }
+
+// One test per precision, each over the whole set of comparison values.
+class NumberFormatComparison : public ::testing::TestWithParam<int> {};
+
+TEST_P(NumberFormatComparison, ScientificMatchesStream) {
+  const int precision = GetParam();
+  expect_same_lines(
+      precision, [&](std::string& out, double x) { append_scientific(out, x, precision); },
+      [&](std::string& out) { stream_all(out, true, precision); });
+}
+
+TEST_P(NumberFormatComparison, GeneralMatchesStream) {
+  const int precision = GetParam();
+  expect_same_lines(
+      precision, [&](std::string& out, double x) { append_general(out, x, precision); },
+      [&](std::string& out) { stream_all(out, false, precision); });
+}
+
+TEST_P(NumberFormatComparison, GeneralUpperMatchesPrintf) {
+  const int precision = GetParam();
+  expect_same_lines(
+      precision, [&](std::string& out, double x) { append_general_upper(out, x, precision); },
+      [&](std::string& out) {
+        char text[64];
+        for (const double x : comparison_values()) {
+          std::snprintf(text, sizeof text, "%.*G\n", precision, x);
+          out += text;
+        }
+      });
+}
+
+INSTANTIATE_TEST_SUITE_P(Precisions, NumberFormatComparison, ::testing::ValuesIn(kPrecisions));
 
 // Precisions past the directly formatted range are padded, not formatted: the padding must land
 // before the exponent and the digits must still be the exact expansion.
