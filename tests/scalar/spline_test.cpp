@@ -75,8 +75,8 @@ TEST(SparameterSplineModel, TypeEqualityAndCausalityQuirk) {
   EXPECT_EQ(causal, causal_copy);
   EXPECT_FALSE(causal.equal(&causal_copy));
   EXPECT_FALSE(causal.equal(&causal));
-  SparameterSplineModel other_subtraction = causal;
-  other_subtraction.subtraction_freqs()->push_back(0.75);
+  const SparameterSplineModel other_subtraction(plain.freqs(), plain.samples(), plain.coefs(),
+                                                std::vector<double>{0.5, 0.75});
   EXPECT_NE(causal, other_subtraction);
 
   const std::unique_ptr<ScalarModel> clone(causal.clone());
