@@ -91,6 +91,14 @@ void OutputBuffer::scientific(double x, int precision) {
   raw(tail, tail_size);
 }
 
+void OutputBuffer::complex(std::complex<double> z, int precision) {
+  put('(');
+  scientific(z.real(), precision);
+  put(',');
+  scientific(z.imag(), precision);
+  put(')');
+}
+
 void OutputBuffer::general(double x, int precision) {
   // %g strips trailing zeros, so the direct precision already prints every digit there is.
   precision = std::min(precision, kMaxDirectPrecision);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <complex>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -37,6 +38,8 @@ class OutputBuffer {
   void put(std::string_view text) { raw(text.data(), text.size()); }
   /// Appends x as append_scientific does.
   void scientific(double x, int precision);
+  /// Appends z as a scientific stream inserts a complex number: "(" re "," im ")", no blanks.
+  void complex(std::complex<double> z, int precision);
   /// Appends x as append_general_upper does.
   void general_upper(double x, int precision);
   /// Appends x as append_general does.

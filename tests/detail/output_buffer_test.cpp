@@ -4,6 +4,8 @@
 
 #include <cstdio>
 #include <cstring>
+#include <locale>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -106,6 +108,30 @@ TEST(OutputBuffer, LargeBlocksAndPrecisionsKeepTheirPlace) {
                                printf_text("%.*g", 1e300, 5000) + "|" +
                                printf_text("%.*G", -0.1, 5000) + "|-inf";
   EXPECT_TRUE(sink == expected);
+}
+
+TEST(OutputBuffer, ComplexMatchesScientificStreamInsertion) {
+  const std::complex<double> values[] = {{1e9, -0.0},
+                                         {-1.5e-300, std::numeric_limits<double>::infinity()},
+                                         {std::numeric_limits<double>::quiet_NaN(), 0.1}};
+  for (const int precision : {0, 16}) {
+    std::string sink;
+    std::ostringstream stream;
+    stream.imbue(std::locale::classic());
+    stream << std::scientific;
+    stream.precision(precision);
+    {
+      OutputBuffer out(sink);
+      for (const std::complex<double>& z : values) {
+        out.complex(z, precision);
+        stream << z;
+      }
+    }
+    EXPECT_EQ(sink, stream.str());
+  }
+  std::string sink;
+  OutputBuffer(sink).complex({1e9, -0.0}, 16);
+  EXPECT_EQ(sink, "(1.0000000000000000e+09,-0.0000000000000000e+00)");
 }
 
 TEST(OutputBuffer, ReportsFailedWrites) {
