@@ -1,0 +1,374 @@
+#include <korvantix/container.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "detail/message.hpp"
+#include "model/interpolation.hpp"
+
+namespace korvantix {
+
+namespace detail {
+
+void check_interpolation_size(std::size_t na, std::size_t nb) {
+  if (na != nb) {
+    throw std::runtime_error(
+        message("smatrix sample interpolation size mismatch: ", na, " != ", nb));
+  }
+}
+
+SMatrixSample interpolate_samples(const SMatrixSample& a, const Polar* a_polar,
+                                  const SMatrixSample& b, const Polar* b_polar, double w,
+                                  InterpolationType t) {
+  check_interpolation_size(a.nbPorts(), b.nbPorts());
+  SMatrixSample result(a.nbPorts(), (1.0 - w) * a.frequency() + w * b.frequency());
+  const std::size_t nb_s = a.S().size();
+  const auto one = [&](const std::complex<double>& x, const std::complex<double>& y,
+                       std::size_t k) -> std::complex<double> {
+    if (same_entry(x, y)) return x;
+    if (t == REAL_IMAG) return interpolate_real_imag(x, y, w);
+    if (t == MAG_PHASE) {
+      return interpolate_mag_phase(a_polar ? a_polar[k] : polar_of(x),
+                                   b_polar ? b_polar[k] : polar_of(y), w);
+    }
+    return {};
+  };
+  std::complex<double>* s = result.S().data();
+  const std::complex<double>* sa = a.S().data();
+  const std::complex<double>* sb = b.S().data();
+  for (std::size_t k = 0; k < nb_s; ++k)
+    s[k] = one(sa[k], sb[k], k);
+  std::complex<double>* z = result.Zref().data();
+  const std::complex<double>* za = a.Zref().data();
+  const std::complex<double>* zb = b.Zref().data();
+  const std::size_t nb_z = a.Zref().size();
+  for (std::size_t i = 0; i < nb_z; ++i)
+    z[i] = one(za[i], zb[i], nb_s + i);
+  return result;
+}
+
+}  // namespace detail
+
+namespace {
+
+using detail::ModelSet;
+using detail::Polar;
+using detail::SampleSet;
+using detail::StoredSample;
+
+// Where f falls: inside a model's band, on a stored sample, or between neighbours. The
+// pointers name the same items the front-to-back walks over both sets would stop at.
+struct Located {
+  const SMatrixModel* model_hit = nullptr;
+  const StoredSample* sample_hit = nullptr;
+  const SMatrixModel* model_above = nullptr;
+  const SMatrixModel* model_before = nullptr;  // the model preceding model_above
+  const StoredSample* sample_above = nullptr;
+  const StoredSample* sample_before = nullptr;  // the sample preceding sample_above
+};
+
+Located locate(const ModelSet& models, const SampleSet& samples, double f) {
+  Located at;
+  // A NaN compares false with everything: the walks find neither a hit nor anything above.
+  if (std::isnan(f)) return at;
+  if (!models.empty()) {
+    // Stored bands never overlap, so their upper edges strictly increase. Against the
+    // single-point probe [f, f] a model compares lower exactly when its upper edge is below f,
+    // so lower_bound yields the first model with f <= to(): where the walk stops.
+    const auto m = models.lower_bound(SMatrixModel(0, f, f));
+    if (m != models.end()) {
+      if (m->from() <= f) {
+        at.model_hit = &*m;
+        return at;
+      }
+      at.model_above = &*m;
+      if (m != models.begin()) at.model_before = &*std::prev(m);
+    }
+  }
+  const auto s = samples.lower_bound(f);
+  // The extra test keeps a lone NaN-frequency sample (which lower_bound returns for any f)
+  // from counting as "above": the walk's f <= frequency is false for it.
+  if (s != samples.end() && f <= s->sample.frequency()) {
+    if (s->sample.frequency() <= f) {
+      at.sample_hit = &*s;
+      return at;
+    }
+    at.sample_above = &*s;
+    if (s != samples.begin()) at.sample_before = &*std::prev(s);
+  }
+  return at;
+}
+
+[[noreturn]] void throw_outside(const SMatrixContainer& container, double f) {
+  throw std::runtime_error(detail::message(f, " Hz does not belong to [", container.from(), ", ",
+                                           container.to(), "] Hz"));
+}
+
+[[noreturn]] void throw_bad_port() {
+  throw std::runtime_error("port index out of bounds");
+}
+
+// The search shared by every form. A Form supplies: Neighbour (what a lower or upper neighbour
+// holds), Value, hit(model, f), hit(stored), edge(model, f) and neighbour(stored), and
+// interpolate(lower, f_lower, upper, f_upper, f).
+template <class Form>
+typename Form::Value query(const SMatrixContainer& container, const ModelSet& models,
+                           const SampleSet& samples, double f, const Form& form) {
+  const Located at = locate(models, samples, f);
+  if (at.model_hit) return form.hit(*at.model_hit, f);
+  if (at.sample_hit) return form.hit(*at.sample_hit);
+
+  std::optional<typename Form::Neighbour> lower;
+  std::optional<typename Form::Neighbour> upper;
+  double f_lower = 0.0;
+  double f_upper = 0.0;
+  // Model edges are evaluated as soon as they are found, even when a sample displaces them
+  // below: an edge whose evaluation throws fails the query just as the reference walk does.
+  if (at.model_above) {
+    f_upper = at.model_above->from();
+    upper.emplace(form.edge(*at.model_above, f_upper));
+    if (at.model_before) {
+      f_lower = at.model_before->to();
+      lower.emplace(form.edge(*at.model_before, f_lower));
+    }
+  }
+  if (at.sample_above) {
+    // Ties go to the model edge: only a strictly nearer sample replaces it.
+    const double fs = at.sample_above->sample.frequency();
+    if (!upper || fs < f_upper) {
+      upper.emplace(form.neighbour(*at.sample_above));
+      f_upper = fs;
+    }
+    if (at.sample_before) {
+      const double fb = at.sample_before->sample.frequency();
+      if (!lower || fb > f_lower) {
+        lower.emplace(form.neighbour(*at.sample_before));
+        f_lower = fb;
+      }
+    }
+  }
+  if (!lower || !upper) throw_outside(container, f);
+  return form.interpolate(*lower, f_lower, *upper, f_upper, f);
+}
+
+// The whole sample, models evaluated plainly or symmetrically.
+struct WholeSample {
+  using Value = SMatrixSample;
+  struct Neighbour {
+    const StoredSample* stored = nullptr;
+    SMatrixSample evaluated;
+    const SMatrixSample& sample() const { return stored ? stored->sample : evaluated; }
+    const Polar* polar() const { return stored ? stored->polar.data() : nullptr; }
+  };
+
+  bool symmetric;
+  InterpolationType t;
+
+  SMatrixSample hit(const SMatrixModel& m, double f) const {
+    return symmetric ? m.evaluate_symm(f, t) : m.evaluate(f, t);
+  }
+  SMatrixSample hit(const StoredSample& s) const { return s.sample; }
+  Neighbour edge(const SMatrixModel& m, double f) const {
+    // Model edges are taken with MAG_PHASE whatever t is; models ignore it anyway.
+    return {nullptr, symmetric ? m.evaluate_symm(f, MAG_PHASE) : m.evaluate(f, MAG_PHASE)};
+  }
+  Neighbour neighbour(const StoredSample& s) const { return {&s, SMatrixSample()}; }
+  SMatrixSample interpolate(const Neighbour& lower, double f_lower, const Neighbour& upper,
+                            double f_upper, double f) const {
+    const SMatrixSample& a = lower.sample();
+    const SMatrixSample& b = upper.sample();
+    if (a == b) return a;
+    const double w = (f - f_lower) / (f_upper - f_lower);
+    return detail::interpolate_samples(a, lower.polar(), b, upper.polar(), w, t);
+  }
+};
+
+// One complex entry (an S entry, a reference impedance or a port datum). A model edge holds
+// its value, evaluated when found; a stored sample is read only after the port counts of both
+// neighbours have been compared, so that a neighbour too small for the indices reports the
+// size mismatch first, as the whole-sample evaluation would.
+struct EntryNeighbour {
+  std::complex<double> value;
+  std::size_t nb_ports;
+  const StoredSample* stored;
+};
+
+template <class Derived>
+struct EntryForm {
+  using Value = std::complex<double>;
+  using Neighbour = EntryNeighbour;
+
+  InterpolationType t;
+
+  const Derived& self() const { return static_cast<const Derived&>(*this); }
+  Value hit(const SMatrixModel& m, double f) const { return self().of_model(m, f); }
+  Value hit(const StoredSample& s) const { return self().of_sample(s.sample); }
+  Neighbour edge(const SMatrixModel& m, double f) const {
+    return {self().of_model(m, f), m.nbPorts(), nullptr};
+  }
+  Neighbour neighbour(const StoredSample& s) const { return {{}, s.sample.nbPorts(), &s}; }
+  // The whole-sample rule applied to one entry. Its "equal neighbours give the lower one" step
+  // needs no test of its own here: equal samples have equal entries, and equal entries already
+  // give the lower one.
+  Value interpolate(const Neighbour& lower, double f_lower, const Neighbour& upper, double f_upper,
+                    double f) const {
+    detail::check_interpolation_size(lower.nb_ports, upper.nb_ports);
+    const std::complex<double> a =
+        lower.stored ? self().of_sample(lower.stored->sample) : lower.value;
+    const std::complex<double> b =
+        upper.stored ? self().of_sample(upper.stored->sample) : upper.value;
+    const double w = (f - f_lower) / (f_upper - f_lower);
+    const Polar* pa = lower.stored ? self().cached(*lower.stored) : nullptr;
+    const Polar* pb = upper.stored ? self().cached(*upper.stored) : nullptr;
+    if (pa && pb) return detail::interpolate_entry(a, *pa, b, *pb, w, t);
+    return detail::interpolate_entry(a, b, w, t);
+  }
+};
+
+struct SEntry : EntryForm<SEntry> {
+  std::size_t i;
+  std::size_t j;
+  SEntry(InterpolationType type, std::size_t row, std::size_t column)
+      : EntryForm<SEntry>{type}, i(row), j(column) {}
+  void check(std::size_t n) const {
+    if (i >= n || j >= n) throw_bad_port();
+  }
+  std::complex<double> of_model(const SMatrixModel& m, double f) const {
+    check(m.nbPorts());
+    return m(f, i, j);
+  }
+  std::complex<double> of_sample(const SMatrixSample& s) const {
+    check(s.nbPorts());
+    return s(i, j);
+  }
+  const Polar* cached(const StoredSample& s) const { return &s.polar[i * s.sample.nbPorts() + j]; }
+};
+
+struct ZrefEntry : EntryForm<ZrefEntry> {
+  std::size_t i;
+  ZrefEntry(InterpolationType type, std::size_t port) : EntryForm<ZrefEntry>{type}, i(port) {}
+  std::complex<double> of_model(const SMatrixModel& m, double f) const {
+    if (i >= m.nbPorts()) throw_bad_port();
+    return m.Zref(f, i);
+  }
+  std::complex<double> of_sample(const SMatrixSample& s) const {
+    if (i >= s.nbPorts()) throw_bad_port();
+    return s.Zref(i);
+  }
+  const Polar* cached(const StoredSample& s) const { return &s.polar[s.sample.S().size() + i]; }
+};
+
+struct PortDatum : EntryForm<PortDatum> {
+  const PortDataName* key;
+  PortDatum(InterpolationType type, const PortDataName& k) : EntryForm<PortDatum>{type}, key(&k) {}
+  std::complex<double> of_model(const SMatrixModel& m, double f) const {
+    return m(*key).evaluate(f);
+  }
+  std::complex<double> of_sample(const SMatrixSample& s) const { return s(*key); }
+  // Port data have no cached polar form; it is computed at the query.
+  const Polar* cached(const StoredSample&) const { return nullptr; }
+};
+
+template <class Form>
+std::vector<std::complex<double>> query_each(const SMatrixContainer& container,
+                                             const ModelSet& models, const SampleSet& samples,
+                                             const std::vector<double>& freqs, const Form& form) {
+  std::vector<std::complex<double>> values;
+  values.reserve(freqs.size());
+  for (const double f : freqs)
+    values.push_back(query(container, models, samples, f, form));
+  return values;
+}
+
+const char* modal_name(ModalPortParameterType m) {
+  switch (m) {
+    case Zpi:
+      return "Zpi";
+    case Zpv:
+      return "Zpv";
+    case Zvi:
+      return "Zvi";
+    case Gamma:
+      return "Gamma";
+  }
+  throw std::runtime_error("modalParameter: unknown modalPortParameter");
+}
+
+}  // namespace
+
+double SMatrixContainer::from() const {
+  if (empty()) throw std::runtime_error("empty container");
+  if (samples_.empty()) return models_.begin()->from();
+  if (models_.empty()) return samples_.begin()->sample.frequency();
+  return std::min(models_.begin()->from(), samples_.begin()->sample.frequency());
+}
+
+double SMatrixContainer::to() const {
+  if (empty()) throw std::runtime_error("empty container");
+  if (samples_.empty()) return models_.rbegin()->to();
+  if (models_.empty()) return samples_.rbegin()->sample.frequency();
+  return std::max(models_.rbegin()->to(), samples_.rbegin()->sample.frequency());
+}
+
+bool SMatrixContainer::is_symmetric() const {
+  for (const StoredSample& s : samples_) {
+    if (!s.sample.is_symmetric()) return false;
+  }
+  for (const SMatrixModel& m : models_) {
+    if (!m.is_symmetric()) return false;
+  }
+  return true;
+}
+
+SMatrixSample SMatrixContainer::evaluate(double f, InterpolationType t) const {
+  return query(*this, models_, samples_, f, WholeSample{false, t});
+}
+
+SMatrixSample SMatrixContainer::evaluate_symm(double f, InterpolationType t) const {
+  return query(*this, models_, samples_, f, WholeSample{true, t});
+}
+
+std::complex<double> SMatrixContainer::operator()(double f, std::size_t i, std::size_t j,
+                                                  InterpolationType t) const {
+  return query(*this, models_, samples_, f, SEntry(t, i, j));
+}
+
+std::complex<double> SMatrixContainer::operator()(double f, const PortDataName& key,
+                                                  InterpolationType t) const {
+  return query(*this, models_, samples_, f, PortDatum(t, key));
+}
+
+std::complex<double> SMatrixContainer::Zref(double f, std::size_t i, InterpolationType t) const {
+  return query(*this, models_, samples_, f, ZrefEntry(t, i));
+}
+
+std::complex<double> SMatrixContainer::modalParameter(double f, std::size_t port,
+                                                      ModalPortParameterType m,
+                                                      InterpolationType t) const {
+  return (*this)(f, PortDataName(modal_name(m), port), t);
+}
+
+std::vector<std::complex<double>> SMatrixContainer::operator()(const std::vector<double>& freqs,
+                                                               std::size_t i, std::size_t j,
+                                                               InterpolationType t) const {
+  return query_each(*this, models_, samples_, freqs, SEntry(t, i, j));
+}
+
+std::vector<std::complex<double>> SMatrixContainer::operator()(const std::vector<double>& freqs,
+                                                               const PortDataName& key,
+                                                               InterpolationType t) const {
+  return query_each(*this, models_, samples_, freqs, PortDatum(t, key));
+}
+
+std::vector<std::complex<double>> SMatrixContainer::Zref(const std::vector<double>& freqs,
+                                                         std::size_t i, InterpolationType t) const {
+  return query_each(*this, models_, samples_, freqs, ZrefEntry(t, i));
+}
+
+}  // namespace korvantix
