@@ -269,12 +269,23 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
   /// The number of discrete frequencies.
   std::size_t minNbSamples() const;
   /// A plan of n frequencies in [fmin, fmax] (defaults: the lowest and highest discrete
-  /// frequency) that keeps every discrete frequency inside it. Throws std::runtime_error.
+  /// frequency) that keeps every discrete frequency inside it. Throws std::runtime_error (n > 0):
+  /// "Unable to obtain <n> samples:\n" followed by "The container is empty", "The container
+  /// contains only 1 discrete frequency", "The container contains no discrete frequency in
+  /// [<lo> , <hi>]" or (Logarithmic ending at or below 1 Hz) "Logarithmic sampling needs
+  /// frequencies above 1 Hz"; "The container contains more discrete frequencies than the
+  /// requested number of frequencies"; "Sampling type <value> not supported"; "internal error".
   std::vector<double> sample_frequencies(std::size_t n, SamplingType type,
                                          std::optional<double> fmin = {},
                                          std::optional<double> fmax = {}) const;
-  /// An adaptive plan of n frequencies that keeps every discrete frequency.
-  /// Throws std::runtime_error.
+  /// An adaptive plan of n frequencies that keeps every discrete frequency. Starting from the
+  /// discrete frequencies, it repeatedly bisects the gap whose midpoint deviates most (largest
+  /// distance over all S entries) from the magnitude/phase interpolation of the gap's ends,
+  /// ties to the wider gap, then the lower one; it stops early only when no gap holds a double
+  /// strictly inside. Throws std::runtime_error "The requested number of samples (=<n>) must
+  /// be >= the number of discrete samples (=<count>)", "only 1 sample available" (one discrete
+  /// frequency, n >= 2), "Unable to obtain <n> samples:\nThe container is empty"; errors of
+  /// evaluation propagate.
   std::vector<double> sample_frequencies_adaptively(std::size_t n) const;
   /// A fixed decade grid of whole-hertz frequencies inside the container's band.
   std::vector<double> lf_sample_frequencies() const;
