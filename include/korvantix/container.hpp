@@ -141,13 +141,19 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
   SMatrixSample evaluate(double f, InterpolationType t) const override;
   /// As evaluate, with models evaluated by SMatrixModel::evaluate_symm. Same failures.
   SMatrixSample evaluate_symm(double f, InterpolationType t) const;
-  /// S entry (i, j) at f by the same search as evaluate. Same failures.
+  /// S entry (i, j) at f by the same search, tie-breaks and entry rule as evaluate, so it
+  /// equals evaluate(f, t)(i, j) bit for bit. Same failures, the size mismatch included (it
+  /// applies to single entries too); throws std::runtime_error "port index out of bounds" when
+  /// i or j is not a port of the sample or model read.
   std::complex<double> operator()(double f, std::size_t i, std::size_t j,
                                   InterpolationType t) const;
-  /// The port datum `key` at f by the same search as evaluate; also throws the sample's and
-  /// model's "<name>[<index>] is not available".
+  /// The port datum `key` at f by the same search as evaluate (an interpolated datum comes from
+  /// the neighbours' data). Same failures, the size mismatch included; also throws the sample's
+  /// and model's "<name>[<index>] is not available".
   std::complex<double> operator()(double f, const PortDataName& key, InterpolationType t) const;
-  /// The reference impedance of port i at f by the same search as evaluate. Same failures.
+  /// The reference impedance of port i at f by the same search as evaluate; equals
+  /// evaluate(f, t).Zref(i). Same failures, the size mismatch and "port index out of bounds"
+  /// included.
   std::complex<double> Zref(double f, std::size_t i, InterpolationType t) const;
   /// The port datum of modal parameter m at port `port`.
   /// Throws std::runtime_error "modalParameter: unknown modalPortParameter" for m outside 0..3.
@@ -291,12 +297,25 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
   std::vector<double> lf_sample_frequencies() const;
 
   /// Evaluates the container at every frequency of freqs on nbThreads worker threads (0: the
-  /// machine's concurrency); samples receives one sample per frequency, in order.
+  /// machine's concurrency, at least 1; never more threads than frequencies; the calling thread
+  /// is one of them), with evaluate_symm for a symmetric container and evaluate otherwise, both
+  /// with MAG_PHASE. samples is replaced by one sample per frequency, in the order of freqs.
+  /// The first exception raised by any worker is rethrown to the caller once every thread has
+  /// been joined; the other workers stop early and samples is then left unchanged.
   void load(const std::vector<double>& freqs, std::vector<SMatrixSample>& samples,
             std::size_t nbThreads) const;
-  /// Fills the container with random pole-zero models over [fmin, fmax].
+  /// Adds one model over [fmin, fmax] (through add, so its checks apply) whose S entries and
+  /// port data are random stable PoleZeroModels of nbPoles poles, with S(j, i) equal to
+  /// S(i, j), and whose reference impedances are the constant 50 Ohm. The draws come from
+  /// std::mt19937_64 with a fixed seed (the same call gives the same model on every platform):
+  /// scale = the larger band edge magnitude; conjugate pole pairs with resonances inside the
+  /// band and damping 0.05 to 0.5, a negative real pole for an odd count; residues sized for
+  /// peaks of about 1. nbZeros is the numerator degree: nbPoles + 1 draws both the constant and
+  /// the linear factor, nbPoles the constant factor only; with two poles any other count gives
+  /// a strictly proper model (both factors 0).
   /// Throws std::runtime_error "nbZeros must be identical to nbPoles, nbPoles + 1 or nbPoles =
-  /// 2" for other counts.
+  /// 2" unless nbZeros is nbPoles or nbPoles + 1 or nbPoles is 2, "nbPoles <n> is too large"
+  /// beyond what a vector can hold, and the model's and add's errors (reversed band, overlap).
   void load_random_pole_zero_models(double fmin, double fmax, std::size_t nbPoles,
                                     std::size_t nbZeros);
 
