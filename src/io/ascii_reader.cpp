@@ -346,26 +346,19 @@ void parse_port_names_ascii(std::string_view data, std::vector<std::string>& nam
 }  // namespace detail
 
 bool is_ascii(const char* path) {
-  const detail::File file = detail::open_file(path, "rb");
-  if (!file) throw std::runtime_error(detail::message("Unable to read <", path, ">"));
+  const detail::File file = detail::open_for_reading(path);
   char head[detail::kvx::kMagicSize];
   const std::size_t got = std::fread(head, 1, sizeof head, file.get());
   return detail::has_ascii_magic(std::string_view(head, got));
 }
 
 void read_ascii(SMatrixContainer& container, const char* path) {
-  std::string data;
-  if (!detail::load_file(path, data)) {
-    throw std::runtime_error(detail::message("Unable to read <", path, ">"));
-  }
+  const std::string data = detail::load_file(path);
   detail::parse_ascii(data, container);
 }
 
 void readPortNames_ascii(std::vector<std::string>& names, const char* path) {
-  std::string data;
-  if (!detail::load_file(path, data)) {
-    throw std::runtime_error(detail::message("Unable to read <", path, ">"));
-  }
+  const std::string data = detail::load_file(path);
   detail::parse_port_names_ascii(data, names);
 }
 

@@ -218,8 +218,7 @@ void format_scalar_model(const ScalarModel& model, OutputBuffer& out, int precis
 }  // namespace detail
 
 void write_ascii(const SMatrixContainer& container, const char* path, int precision) {
-  const detail::File file = detail::open_file(path, "wb");
-  if (!file) throw std::runtime_error(detail::message("Unable to write to <", path, ">"));
+  const detail::File file = detail::open_for_writing(path);
   // On a failure half-way the buffer's destructor still hands over what was written, so the
   // partial file holds everything up to the model that could not be written.
   detail::OutputBuffer out(file.get());

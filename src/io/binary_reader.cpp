@@ -265,26 +265,19 @@ void parse_port_names_binary(std::string_view data, std::vector<std::string>& na
 }  // namespace detail
 
 bool is_binary(const char* path) {
-  const detail::File file = detail::open_file(path, "rb");
-  if (!file) throw std::runtime_error(detail::message("Unable to read <", path, ">"));
+  const detail::File file = detail::open_for_reading(path);
   char head[detail::kvx::kMagicSize];
   const std::size_t got = std::fread(head, 1, sizeof head, file.get());
   return detail::has_binary_magic(std::string_view(head, got));
 }
 
 void read_binary(SMatrixContainer& container, const char* path) {
-  std::string data;
-  if (!detail::load_file(path, data)) {
-    throw std::runtime_error(detail::message("Unable to read <", path, ">"));
-  }
+  const std::string data = detail::load_file(path);
   detail::parse_binary(data, container);
 }
 
 void readPortNames_binary(std::vector<std::string>& names, const char* path) {
-  std::string data;
-  if (!detail::load_file(path, data)) {
-    throw std::runtime_error(detail::message("Unable to read <", path, ">"));
-  }
+  const std::string data = detail::load_file(path);
   detail::parse_port_names_binary(data, names);
 }
 

@@ -167,8 +167,7 @@ void format_scalar_model_binary(const ScalarModel& model, OutputBuffer& out) {
 }  // namespace detail
 
 void write_binary(const SMatrixContainer& container, const char* path) {
-  const detail::File file = detail::open_file(path, "wb");
-  if (!file) throw std::runtime_error(detail::message("Unable to write to <", path, ">"));
+  const detail::File file = detail::open_for_writing(path);
   detail::OutputBuffer out(file.get());
   detail::format_binary(container, out);
   out.flush();

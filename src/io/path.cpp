@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "detail/message.hpp"
+
 #if defined(_WIN32)
 #include <stdlib.h>
 #else
@@ -20,6 +22,11 @@ namespace {
 
 [[noreturn]] void bad_conversion() {
   throw std::range_error("bad conversion");
+}
+
+// A null path cannot be opened; its message shows it as empty.
+const char* shown(const char* path) {
+  return path != nullptr ? path : "";
 }
 
 constexpr std::size_t kFullPathBuffer = 1024;
@@ -191,6 +198,7 @@ std::string to_long_path(const std::string& path, bool add_prefix, FullPathFunct
 }
 
 File open_file(const char* path, const char* mode) {
+  if (path == nullptr) return nullptr;
 #if defined(_WIN32)
   const std::wstring native = to_native_path(path);
   if (native.empty()) return nullptr;
@@ -205,10 +213,21 @@ File open_file(const char* path, const char* mode) {
 #endif
 }
 
-bool load_file(const char* path, std::string& out) {
-  const File file = open_file(path, "rb");
-  if (!file) return false;
-  out.clear();
+File open_for_reading(const char* path) {
+  File file = open_file(path, "rb");
+  if (!file) throw std::runtime_error(message("Unable to read <", shown(path), ">"));
+  return file;
+}
+
+File open_for_writing(const char* path) {
+  File file = open_file(path, "wb");
+  if (!file) throw std::runtime_error(message("Unable to write to <", shown(path), ">"));
+  return file;
+}
+
+std::string load_file(const char* path) {
+  const File file = open_for_reading(path);
+  std::string out;
   // Reserve what the file's size promises; the loop below still reads to the real end.
   if (std::fseek(file.get(), 0, SEEK_END) == 0) {
     const long size = std::ftell(file.get());
@@ -219,8 +238,12 @@ bool load_file(const char* path, std::string& out) {
   for (;;) {
     const std::size_t got = std::fread(chunk, 1, sizeof chunk, file.get());
     out.append(chunk, got);
-    if (got < sizeof chunk) return std::ferror(file.get()) == 0;
+    if (got < sizeof chunk) break;
   }
+  if (std::ferror(file.get()) != 0) {
+    throw std::runtime_error(message("Unable to read <", shown(path), ">"));
+  }
+  return out;
 }
 
 }  // namespace detail

@@ -16,13 +16,19 @@ struct FileCloser {
 /// An open C file that closes itself.
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-/// Opens a UTF-8 path after the long-path conversion; nullptr when it cannot be opened.
+/// Opens a UTF-8 path after the long-path conversion; nullptr when it cannot be opened (or is
+/// null).
 /// mode as for fopen ("rb", "wb", "w", ...). May throw std::range_error("bad conversion").
 File open_file(const char* path, const char* mode);
 
-/// Loads the whole file into out (replacing it); false when it does not open or cannot be read.
-/// May throw std::range_error("bad conversion").
-bool load_file(const char* path, std::string& out);
+/// open_file(path, "rb"). Throws std::runtime_error "Unable to read <path>" when it does not
+/// open (a null path included) and std::range_error("bad conversion").
+File open_for_reading(const char* path);
+/// open_file(path, "wb"). Throws std::runtime_error "Unable to write to <path>" when it does not
+/// open (a null path included) and std::range_error("bad conversion").
+File open_for_writing(const char* path);
+/// The whole file. Throws as open_for_reading does, also when the file cannot be read.
+std::string load_file(const char* path);
 
 /// Strict UTF-8 to UTF-16: overlong forms, encoded surrogates, code points above U+10FFFF and
 /// cut sequences throw std::range_error("bad conversion").

