@@ -88,7 +88,8 @@ KORVANTIX_API void readPortNames_ascii(std::vector<std::string>& names, const ch
 /// order; doubles are stored bit for bit, counts as 4-byte integers.
 /// Throws std::runtime_error "Unable to write to <path>" when the file does not open, and
 /// "binary write for scalar model <code> not supported" for a scalar model that is not one of
-/// the kinds 1 to 6 (the partly written file stays on disk).
+/// the kinds 1 to 6 (the partly written file stays on disk); the spline's nbKnots() error for a
+/// spline with lists of different sizes.
 KORVANTIX_API void write_binary(const SMatrixContainer& container, const char* path);
 
 /// Reads a binary kvx-file of format version 2.0 to 2.3 into `container`, replacing its content.

@@ -106,6 +106,8 @@ void BinaryWriter::scalar_model(const ScalarModel& model) {
     case ScalarModel::SparameterSpline:
     case ScalarModel::CausalityEnforcedSparameterSpline: {
       const auto& m = as<SparameterSplineModel>(model);
+      // Lists of different lengths would make a file no reader accepts: refuse them here.
+      m.nbKnots();
       i32(code).real_list(m.freqs()).complex_list(m.samples()).complex_list(m.coefs());
       if (code == ScalarModel::CausalityEnforcedSparameterSpline) {
         const std::vector<double> none;

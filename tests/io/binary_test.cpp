@@ -111,6 +111,12 @@ TEST(BinaryWriter, UnsupportedModel) {
   detail::OutputBuffer out(bytes);
   EXPECT_THROW_MSG(detail::format_scalar_model_binary(*norm, out), std::runtime_error,
                    "binary write for scalar model 102 not supported");
+  EXPECT_THROW_MSG(
+      detail::format_scalar_model_binary(
+          SparameterSplineModel({1, 2}, {C()}, {C(), C()}, std::nullopt), out),
+      std::runtime_error,
+      "Number of knots undefined : unequal sizes of spline frequencies (2), samples (1) and "
+      "coefficients (2)");
   EXPECT_THROW_MSG(write_binary(SMatrixContainer(), "/nonexistent-dir/x.kvx"), std::runtime_error,
                    "Unable to write to </nonexistent-dir/x.kvx>");
 }
