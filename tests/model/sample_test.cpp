@@ -6,7 +6,6 @@
 
 #include <complex>
 #include <limits>
-#include <memory>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -42,14 +41,6 @@ TEST(SampleConstruction, PortDataKeysAreUniqueAndOrdered) {
   EXPECT_EQ(s.port_data_names(), expected);
   for (auto it = s.begin_port_data(); it != s.end_port_data(); ++it)
     EXPECT_EQ(it->second, C());
-}
-
-TEST(SampleConstruction, RowMajorAccess) {
-  SMatrixSample s(3, 1.0);
-  s(1, 2) = C(4, 5);
-  s.Zref(2) = C(50, 0);
-  EXPECT_EQ(s.S()[1 * 3 + 2], C(4, 5));
-  EXPECT_EQ(s.Zref()[2], C(50, 0));
 }
 
 TEST(SampleEvaluate, OnlyAtItsOwnFrequency) {
@@ -165,17 +156,6 @@ TEST(EvaluatorEqual, DispatchesOnType) {
   EXPECT_FALSE(SMatrixEvaluator::equal(&x, &a));
   EXPECT_THROW_MSG(SMatrixEvaluator::equal(&x, &y), std::runtime_error,
                    "ModelInterface::equal not supported for MIXED");
-}
-
-TEST(SampleClone, IsAnIndependentCopy) {
-  SMatrixSample s(1, 3.0, {{"Zpi", 0}});
-  s(0, 0) = C(1, 2);
-  std::unique_ptr<SMatrixEvaluator> copy(s.clone());
-  s(0, 0) = C(0, 0);
-  ASSERT_EQ(copy->type(), SMatrixEvaluator::SAMPLE);
-  const auto& cs = static_cast<const SMatrixSample&>(*copy);
-  EXPECT_EQ(cs(0, 0), C(1, 2));
-  EXPECT_EQ(cs.port_data_names(), s.port_data_names());
 }
 
 }  // namespace
