@@ -11,6 +11,7 @@
 #include <complex>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <iosfwd>
 #include <memory>
 #include <optional>
@@ -91,6 +92,9 @@ class KORVANTIX_API PolynomialModel : public ScalarModel {
   PolynomialModel() = default;
   /// Coefficients in ascending order of power.
   explicit PolynomialModel(const std::vector<std::complex<double>>& coef);
+  /// Coefficients in ascending order of power; makes PolynomialModel({1.0, 2.0}) mean 1 + 2 f
+  /// (without it a braced list would also fit the one- and two-coefficient constructors).
+  PolynomialModel(std::initializer_list<std::complex<double>> coef);
   /// The constant c0.
   explicit PolynomialModel(const std::complex<double>& c0);
   /// c0 + c1 * freq.

@@ -6,6 +6,8 @@ namespace korvantix {
 
 PolynomialModel::PolynomialModel(const std::vector<std::complex<double>>& coef) : coef_(coef) {}
 
+PolynomialModel::PolynomialModel(std::initializer_list<std::complex<double>> coef) : coef_(coef) {}
+
 PolynomialModel::PolynomialModel(const std::complex<double>& c0) : coef_{c0} {}
 
 PolynomialModel::PolynomialModel(const std::complex<double>& c0, const std::complex<double>& c1)

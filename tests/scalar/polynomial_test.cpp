@@ -40,6 +40,15 @@ TEST(PolynomialModel, LowDegreeValuesAndDerivatives) {
   EXPECT_FALSE(line.is_constant());
 }
 
+TEST(PolynomialModel, BracedListsAreCoefficientLists) {
+  EXPECT_EQ(PolynomialModel({1.0, 2.0}).coef(), (Coefs{{1, 0}, {2, 0}}));
+  EXPECT_EQ(PolynomialModel({{1, 2}}).coef(), (Coefs{{1, 2}}));
+  EXPECT_EQ(PolynomialModel({{1, 2}, {3, 4}, {5, 6}}).size(), 3u);
+  const PolynomialModel braced{Complex(1, 2), Complex(3, 4)};
+  EXPECT_EQ(braced, PolynomialModel(Complex(1, 2), Complex(3, 4)));
+  EXPECT_TRUE(PolynomialModel{}.empty());
+}
+
 TEST(PolynomialModel, DerivativesMatchFiniteDifferences) {
   const PolynomialModel p(
       Coefs{{1, -1}, {0.5, 2}, {-3, 0.25}, {0.75, -0.5}, {0.125, 1}, {-0.2, 0.3}});

@@ -15,8 +15,7 @@
 namespace korvantix::testing {
 
 using Complex = std::complex<double>;
-/// A coefficient list; spelled out, because a bare braced list would also fit the
-/// two-coefficient constructors.
+/// A coefficient list.
 using Coefs = std::vector<Complex>;
 
 /// Same bits in both parts (NaN payloads and signed zeros included).
