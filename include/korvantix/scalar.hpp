@@ -510,7 +510,7 @@ KORVANTIX_API std::ostream& operator<<(std::ostream& out, const SparameterSpline
 /// "Static Table Model (degree=<d>, trafo=...) : [f -> v] , ...".
 KORVANTIX_API std::ostream& operator<<(std::ostream& out, const StaticTableModel& model);
 /// Dispatch on type(): codes 1 to 5 as their class, operators as a one-line description, 999
-/// as "unknown scalar model type"; code 6 and other codes print nothing.
+/// as "unknown scalar model type"; code 6, other codes and a null pointer print nothing.
 KORVANTIX_API std::ostream& operator<<(std::ostream& out, const ScalarModel* model);
 
 }  // namespace korvantix

@@ -118,6 +118,7 @@ std::ostream& put_as(std::ostream& out, const ScalarModel* model) {
 }  // namespace
 
 std::ostream& operator<<(std::ostream& out, const ScalarModel* model) {
+  if (model == nullptr) return out;
   switch (static_cast<std::int32_t>(model->type())) {
     case ScalarModel::Polynomial:
       return put_as<PolynomialModel>(out, model);

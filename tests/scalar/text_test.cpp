@@ -92,6 +92,7 @@ TEST(ScalarText, PointerDispatch) {
   EXPECT_EQ(text(static_cast<const ScalarModel*>(&a)), text(a));
   const Foreign unknown(999);
   EXPECT_EQ(text(static_cast<const ScalarModel*>(&unknown)), "unknown scalar model type");
+  EXPECT_EQ(text(static_cast<const ScalarModel*>(nullptr)), "");
   for (std::int32_t code : {0, 7, 100, 998, 1000, 1001, -1}) {
     const Foreign foreign(code);
     EXPECT_EQ(text(static_cast<const ScalarModel*>(&foreign)), "") << code;
