@@ -1,0 +1,229 @@
+// The allocation ceiling of the readers: one read never holds more than 32 times the file size
+// plus 1 MiB on the heap, whatever counts the file claims. The global operator new of this
+// program counts every byte, so it is a test program of its own.
+#include <korvantix/container.hpp>
+#include <korvantix/io.hpp>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "io/ascii_reader.hpp"
+#include "io/binary_reader.hpp"
+#include "io_test_support.hpp"
+
+namespace {
+
+// Each block carries its size in front, so that delete can subtract it; 16 bytes keep the
+// alignment malloc gives.
+constexpr std::size_t kHeader = 16;
+std::size_t g_current = 0;
+std::size_t g_peak = 0;
+
+void* counted_new(std::size_t size) noexcept {
+  void* block = std::malloc(size + kHeader);
+  if (block == nullptr) return nullptr;
+  std::memcpy(block, &size, sizeof size);
+  g_current += size;
+  g_peak = std::max(g_peak, g_current);
+  return static_cast<char*>(block) + kHeader;
+}
+
+void counted_delete(void* p) noexcept {
+  if (p == nullptr) return;
+  void* block = static_cast<char*>(p) - kHeader;
+  std::size_t size = 0;
+  std::memcpy(&size, block, sizeof size);
+  g_current -= size;
+  std::free(block);
+}
+
+void* counted_new_or_throw(std::size_t size) {
+  void* p = counted_new(size);
+  if (p == nullptr) throw std::bad_alloc();
+  return p;
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  return counted_new_or_throw(size);
+}
+void* operator new[](std::size_t size) {
+  return counted_new_or_throw(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return counted_new(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return counted_new(size);
+}
+void operator delete(void* p) noexcept {
+  counted_delete(p);
+}
+void operator delete[](void* p) noexcept {
+  counted_delete(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+  counted_delete(p);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+  counted_delete(p);
+}
+void operator delete(void* p, const std::nothrow_t&) noexcept {
+  counted_delete(p);
+}
+void operator delete[](void* p, const std::nothrow_t&) noexcept {
+  counted_delete(p);
+}
+
+namespace korvantix {
+namespace {
+
+using test::Bytes;
+using test::C;
+
+enum class Variant { Ascii, Binary };
+
+constexpr std::size_t kMiB = std::size_t{1} << 20;
+
+// Peak heap above what was held before, over one read of bytes (the container it builds and
+// the exception it may throw included).
+std::size_t peak_of_read(const std::string& bytes, Variant variant) {
+  SMatrixContainer container;
+  std::vector<std::string> names;
+  const std::size_t before = g_current;
+  g_peak = g_current;
+  try {
+    if (variant == Variant::Ascii) {
+      detail::parse_ascii(bytes, container);
+    } else {
+      detail::parse_binary(bytes, container);
+    }
+  } catch (const std::runtime_error&) {
+  }
+  std::size_t peak = g_peak - before;
+  g_peak = g_current;
+  try {
+    if (variant == Variant::Ascii) {
+      detail::parse_port_names_ascii(bytes, names);
+    } else {
+      detail::parse_port_names_binary(bytes, names);
+    }
+  } catch (const std::runtime_error&) {
+  }
+  return std::max(peak, g_peak - before);
+}
+
+std::size_t ceiling(std::size_t file_size) {
+  return 32 * file_size + kMiB;
+}
+
+TEST(MemoryCeiling, CountingAllocatorSeesTheReaders) {
+  // Guards the measurement itself: a real read must show up.
+  const std::string bytes = test::read_bytes(test::data_file("binary_v23_every_kind.kvx"));
+  EXPECT_GT(peak_of_read(bytes, Variant::Binary), bytes.size());
+}
+
+// About 100 KB of port names announcing 5,000 ports, then nothing, or the sections that
+// follow up to the start of a sample or model whose 5000 x 5000 matrix cannot be in the file.
+TEST(MemoryCeiling, AsciiFileDeclaringFiveThousandPorts) {
+  std::string head = "ASCII KORVANTIX2 3 0\n\nPORTS 5000";
+  for (int i = 0; i < 5000; ++i)
+    head += "\n\t<port number " + std::to_string(100000 + i) + ">";
+  head += "\n";
+  std::string sections = head + "\nPORT DATA NAMES 0\n\nGLOBAL PROPERTIES 0";
+  for (int i = 0; i < 5000; ++i)
+    sections += "\nPORT PROPERTIES " + std::to_string(i) + " 0";
+  for (const std::string& file : {head, sections, sections + "\n\nSAMPLES 1\nFREQ 1e9 Hz\n\tS",
+                                  sections + "\n\nSAMPLES 0\nMODELS 1\nFREQRANGE 1 2 Hz\n\tS"}) {
+    EXPECT_GE(head.size(), 100000u);
+    EXPECT_LE(peak_of_read(file, Variant::Ascii), ceiling(file.size())) << file.size();
+  }
+}
+
+// Every number of a real file replaced by counts no file of this size can hold.
+TEST(MemoryCeiling, AsciiCountsAtEveryPosition) {
+  const std::string golden = test::read_bytes(test::data_file("ascii_v23_every_kind.kvx"));
+  std::size_t replaced = 0;
+  for (std::size_t pos = 0; pos < golden.size(); ++pos) {
+    const bool starts = std::isdigit(static_cast<unsigned char>(golden[pos])) &&
+                        (pos == 0 || std::isspace(static_cast<unsigned char>(golden[pos - 1])));
+    if (!starts) continue;
+    std::size_t end = pos;
+    while (end < golden.size() && std::isdigit(static_cast<unsigned char>(golden[end])))
+      ++end;
+    for (const char* count :
+         {"18446744073709551615", "9223372036854775808", "4294967296", "2147483648", "-1"}) {
+      const std::string file = golden.substr(0, pos) + count + golden.substr(end);
+      EXPECT_LE(peak_of_read(file, Variant::Ascii), ceiling(file.size()))
+          << count << " at byte " << pos;
+    }
+    ++replaced;
+  }
+  EXPECT_GT(replaced, 20u);
+}
+
+// Every 4-byte window of real binary files overwritten by a negative, the largest and the
+// first unrepresentable count: this covers every count position, whatever the layout.
+TEST(MemoryCeiling, BinaryCountsAtEveryPosition) {
+  for (const char* name :
+       {"binary_v23_every_kind.kvx", "binary_v20_one_port.kvx", "binary_v22_port_models.kvx"}) {
+    const std::string golden = test::read_bytes(test::data_file(name));
+    for (std::size_t pos = 0; pos + 4 <= golden.size(); ++pos) {
+      for (const std::uint32_t count : {0xFFFFFFFFu, 0x7FFFFFFFu, 0x80000000u, 0x00100000u}) {
+        std::string file = golden;
+        std::memcpy(&file[pos], &count, sizeof count);
+        EXPECT_LE(peak_of_read(file, Variant::Binary), ceiling(file.size()))
+            << name << ": " << count << " at byte " << pos;
+      }
+    }
+  }
+}
+
+// A square of ports whose N x N matrix would need far more than the file: a sample and a model
+// claiming 30,000 ports in a small file.
+TEST(MemoryCeiling, BinaryPortCountWithoutRoomForTheMatrix) {
+  const int ports = 30000;
+  Bytes b;
+  b.header(2, 3, 0).i32(ports);
+  for (int i = 0; i < ports; ++i)
+    b.str("");
+  b.i32(0).i32(0);
+  for (int i = 0; i < ports; ++i)
+    b.i32(0);
+  Bytes sample = b;
+  sample.i32(1).f64(1e9).i32(ports * ports);
+  Bytes model = b;
+  model.i32(0).i32(1).f64(1).f64(2).i32(1).i32(0);
+  for (const Bytes& file : {sample, model}) {
+    EXPECT_LE(peak_of_read(file.str(), Variant::Binary), ceiling(file.str().size()));
+  }
+}
+
+TEST(MemoryCeiling, PublicReadIncludingTheFileLoad) {
+  const std::string path = test::scratch("memory_ports.kvx");
+  std::string text = "ASCII KORVANTIX2 3 0\nPORTS 5000";
+  for (int i = 0; i < 5000; ++i)
+    text += "\n\t<port number " + std::to_string(100000 + i) + ">";
+  test::write_bytes(path, text);
+  SMatrixContainer container;
+  g_peak = g_current;
+  const std::size_t before = g_current;
+  EXPECT_THROW(read(container, path.c_str()), std::runtime_error);
+  EXPECT_LE(g_peak - before, ceiling(text.size()));
+  std::remove(path.c_str());
+}
+
+}  // namespace
+}  // namespace korvantix
