@@ -32,7 +32,7 @@ std::uint64_t AsciiTokens::count() {
   const ParseResult result = parse_count(pos_, end_, value);
   pos_ = result.ptr;
   if (!result.ok) failed_ = true;
-  return failed_ ? 0 : value;
+  return value;
 }
 
 std::uint64_t AsciiTokens::count(std::size_t min_item_bytes) {
@@ -50,7 +50,7 @@ int AsciiTokens::integer() {
   const ParseResult result = parse_int(pos_, end_, value);
   pos_ = result.ptr;
   if (!result.ok) failed_ = true;
-  return failed_ ? 0 : value;
+  return value;
 }
 
 double AsciiTokens::real() {
@@ -59,7 +59,7 @@ double AsciiTokens::real() {
   const ParseResult result = parse_real(pos_, end_, value);
   pos_ = result.ptr;
   if (!result.ok) failed_ = true;
-  return failed_ ? 0.0 : value;
+  return value;
 }
 
 std::complex<double> AsciiTokens::complex() {
@@ -68,11 +68,11 @@ std::complex<double> AsciiTokens::complex() {
   const ParseResult result = parse_complex(pos_, end_, value);
   pos_ = result.ptr;
   if (!result.ok) failed_ = true;
-  return failed_ ? std::complex<double>() : value;
+  return value;
 }
 
 std::string AsciiTokens::text() {
-  const void* open = failed_ ? nullptr : std::memchr(pos_, '<', remaining());
+  const void* open = failed_ || pos_ == end_ ? nullptr : std::memchr(pos_, '<', remaining());
   if (open == nullptr) {
     pos_ = end_;
     throw std::runtime_error("parsing error: reached end of file while searching for '<'");

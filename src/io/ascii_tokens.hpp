@@ -29,12 +29,13 @@ class AsciiTokens {
   /// Reads a word. Throws std::runtime_error "syntax error: expected <keyword>, but found <word>"
   /// unless it is keyword.
   void expect(std::string_view keyword);
-  /// An unsigned 64-bit number ("-1" wraps round, as for a stream); 0 when it fails.
+  /// An unsigned 64-bit number ("-1" wraps round, as for a stream). A failing read gives what
+  /// the stream stores (0, or the maximum on overflow); in the failed state every number is 0.
   std::uint64_t count();
   /// A list length whose items take at least min_item_bytes each. Throws std::runtime_error
   /// "parsing error: count <n> too large for the rest of the file" before anything is allocated.
   std::uint64_t count(std::size_t min_item_bytes);
-  /// A signed int (the format version); 0 when it fails.
+  /// A signed int (the format version), failing as count() does (INT_MIN or INT_MAX on overflow).
   int integer();
   /// A double in any form a stream reads, plus the non-finite forms the writer prints.
   double real();
