@@ -17,8 +17,10 @@ namespace {
 
 // Least number of bytes one item of a list takes in the file, separator included; a count
 // above remaining() / k cannot be genuine and is refused before anything is allocated.
-constexpr std::size_t kValueBytes = 2;        // "\t1", or "(1)"
-constexpr std::size_t kEntryBytes = 4;        // "<><>", "\ta 0"
+constexpr std::size_t kValueBytes = 2;       // "\t1", or "(1)"
+constexpr std::size_t kEntryBytes = 4;       // "<><>", "\ta 0"
+constexpr std::size_t kPortBlockBytes = 20;  // "\nPORT PROPERTIES 0 0"
+constexpr std::size_t kManyPorts = 1024;
 constexpr std::size_t kSampleBytes = 14;      // "FREQ 1 Hz S Zref"
 constexpr std::size_t kModelBytes = 20;       // "FREQRANGE 1 1 Hz S Zref"
 constexpr std::size_t kScalarModelBytes = 6;  // " POLY 0"
@@ -78,8 +80,15 @@ class AsciiReader {
     }
     nb_ports_ = tokens_.count(kValueBytes);
     port_names_.reserve(nb_ports_);
-    for (std::size_t i = 0; i < nb_ports_; ++i)
+    for (std::size_t i = 0; i < nb_ports_; ++i) {
       port_names_.push_back(tokens_.text());
+    }
+    // A container costs far more per port than a name in the file; each port also needs its
+    // property block further on. Small counts are left to the grammar's own messages.
+    if (nb_ports_ > kManyPorts && !fits(nb_ports_, kPortBlockBytes, tokens_.remaining())) {
+      throw std::runtime_error(
+          message("parsing error: port count ", nb_ports_, " too large for the rest of the file"));
+    }
   }
 
   void read_port_data_names() {

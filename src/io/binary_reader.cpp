@@ -19,6 +19,7 @@ namespace {
 constexpr std::size_t kStringBytes = 4;                     // length
 constexpr std::size_t kNamedIndexBytes = kStringBytes + 4;  // name, index
 constexpr std::size_t kPropertyBytes = 2 * kStringBytes;    // key, value
+constexpr std::size_t kPortBytes = kStringBytes + 4;        // name, property count
 constexpr std::size_t kSampleBytes = 8 + 4 + 4;             // frequency, two list lengths
 constexpr std::size_t kModelBytes = 8 + 8;                  // band
 constexpr std::size_t kScalarModelBytes = 4 + 4;            // code, shortest body
@@ -75,7 +76,7 @@ class BinaryReader {
 
  private:
   void read_ports() {
-    nb_ports_ = cursor_.count(kStringBytes);
+    nb_ports_ = cursor_.count(kPortBytes);
     port_names_.reserve(nb_ports_);
     for (std::size_t i = 0; i < nb_ports_; ++i)
       port_names_.push_back(cursor_.string());

@@ -211,6 +211,8 @@ TEST(AsciiReader, CountsBoundedByTheFile) {
   ports += " PORT DATA NAMES 0 GLOBAL PROPERTIES 0";
   for (int i = 0; i < 4000; ++i)
     ports += " PORT PROPERTIES " + std::to_string(i) + " 0";
+  EXPECT_THROW_MSG(parse(ports.substr(0, ports.find(" PORT DATA"))), std::runtime_error,
+                   "parsing error: port count 4000 too large for the rest of the file");
   EXPECT_THROW_MSG(parse(ports + " SAMPLES 1 FREQ 1 Hz S Zref"), std::runtime_error,
                    "parsing error: port count 4000 too large for the rest of the file");
   EXPECT_THROW_MSG(parse(ports + " SAMPLES 0 MODELS 1 FREQRANGE 1 2 Hz S Zref"), std::runtime_error,

@@ -215,7 +215,7 @@ TEST(BinaryReader, CountsBoundedByTheFile) {
                    "negative count -1 in binary kvx-file");
   EXPECT_THROW_MSG(parse(Bytes(head).i32(2147483647).str()), std::runtime_error,
                    "count 2147483647 too large for the rest of the binary kvx-file");
-  EXPECT_THROW_MSG(parse(Bytes(head).i32(1).i32(100).raw("abc").str()), std::runtime_error,
+  EXPECT_THROW_MSG(parse(Bytes(head).i32(1).i32(100).raw("abcdefgh").str()), std::runtime_error,
                    "count 100 too large for the rest of the binary kvx-file");
   EXPECT_THROW_MSG(scalar(Bytes().i32(1).i32(2).complex(C())), std::runtime_error,
                    "count 2 too large for the rest of the binary kvx-file");
