@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <stdexcept>
 
-#include "detail/message.hpp"
+#include "scalar/checks.hpp"
 #include "scalar/complex_division.hpp"
 
 namespace korvantix {
@@ -42,20 +41,6 @@ bool PoleZeroModel::empty() const {
 ScalarModel::Type PoleZeroModel::type() const {
   return PoleZero;
 }
-
-namespace {
-
-// Every pole term reads the residue of the same index; surplus residues are harmless.
-void check_residues(const std::vector<std::complex<double>>& poles,
-                    const std::vector<std::complex<double>>& residues) {
-  if (residues.size() < poles.size()) {
-    throw std::runtime_error(detail::message("pole-zero model needs one residue per pole, found ",
-                                             residues.size(), " residues for ", poles.size(),
-                                             " poles"));
-  }
-}
-
-}  // namespace
 
 namespace {
 
@@ -109,7 +94,7 @@ void add_pole_term(const std::complex<double>& r, const std::complex<double>& p,
 void PoleZeroModel::evaluate(const std::vector<double>& freqs,
                              std::vector<std::complex<double>>& values,
                              std::vector<std::complex<double>>& /*work*/) const {
-  check_residues(poles_, residues_);
+  detail::check_residues(poles_, residues_);
   values.resize(freqs.size());
   const double c = kTwoPi / scale_;
   // Blocks of frequencies, pole by pole: every frequency still gets d + e*s and then the pole
@@ -136,7 +121,7 @@ void PoleZeroModel::evaluate(const std::vector<double>& freqs,
 }
 
 std::complex<double> PoleZeroModel::evaluate(double freq) const {
-  check_residues(poles_, residues_);
+  detail::check_residues(poles_, residues_);
   const double c = kTwoPi / scale_;
   const std::complex<double> s(0.0, freq * c);
   std::complex<double> h = constantFactor_ + linearFactor_ * s;
@@ -147,7 +132,7 @@ std::complex<double> PoleZeroModel::evaluate(double freq) const {
 
 // With respect to the frequency in hertz: ds/df = j*c.
 std::complex<double> PoleZeroModel::evaluate_derivative(double freq) const {
-  check_residues(poles_, residues_);
+  detail::check_residues(poles_, residues_);
   const double c = kTwoPi / scale_;
   const std::complex<double> s(0.0, freq * c);
   std::complex<double> sum;
@@ -159,7 +144,7 @@ std::complex<double> PoleZeroModel::evaluate_derivative(double freq) const {
 }
 
 std::complex<double> PoleZeroModel::evaluate_derivative_2(double freq) const {
-  check_residues(poles_, residues_);
+  detail::check_residues(poles_, residues_);
   const double c = kTwoPi / scale_;
   const std::complex<double> s(0.0, freq * c);
   std::complex<double> sum;

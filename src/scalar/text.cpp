@@ -1,9 +1,8 @@
 #include <korvantix/scalar.hpp>
 
 #include <ostream>
-#include <stdexcept>
 
-#include "detail/message.hpp"
+#include "scalar/checks.hpp"
 
 namespace korvantix {
 
@@ -40,11 +39,7 @@ std::ostream& operator<<(std::ostream& out, const RationalModel& model) {
 }
 
 std::ostream& operator<<(std::ostream& out, const PoleZeroModel& model) {
-  if (model.residues().size() < model.nbPoles()) {
-    throw std::runtime_error(detail::message("pole-zero model needs one residue per pole, found ",
-                                             model.residues().size(), " residues for ",
-                                             model.nbPoles(), " poles"));
-  }
+  detail::check_residues(model.poles(), model.residues());
   out << "Pole-Zero Model: ";
   for (std::size_t i = 0; i < model.nbPoles(); ++i) {
     if (i > 0) out << " + ";
