@@ -26,8 +26,13 @@ inline void use_utc() {
   ::tzset();
 }
 
+// Named after the running test as well, so that tests run in parallel processes never share a
+// file.
 inline std::string scratch_path(const std::string& name) {
-  return ::testing::TempDir() + "korvantix_export_" + name;
+  const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+  const std::string owner =
+      test != nullptr ? std::string(test->test_suite_name()) + "." + test->name() + "_" : "";
+  return ::testing::TempDir() + "korvantix_export_" + owner + name;
 }
 
 inline std::string read_file(const std::string& path) {
