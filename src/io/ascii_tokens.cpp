@@ -1,12 +1,38 @@
 #include "io/ascii_tokens.hpp"
 
+#include <charconv>
 #include <cstring>
 #include <stdexcept>
+#include <system_error>
 
 #include "detail/message.hpp"
 #include "detail/number_parse.hpp"
 
 namespace korvantix::detail {
+namespace {
+
+// The writers' own number form ("-1.2500000000000000e+09") read by from_chars alone, without
+// parse_real's scan of the stream grammar. Taken only where both are sure to agree: a digit
+// first (after an optional '-'), a clean conversion, and the number followed by a byte that
+// cannot continue it (the stream would stop there too). nullptr sends the caller to parse_real,
+// which also handles every failure and every non-finite spelling.
+const char* plain_decimal(const char* p, const char* end, double& value) noexcept {
+  const char* const digit = p != end && *p == '-' ? p + 1 : p;
+  if (digit == end || *digit < '0' || *digit > '9') return nullptr;
+  double parsed = 0.0;
+  const std::from_chars_result result = std::from_chars(p, end, parsed);
+  if (result.ec != std::errc()) return nullptr;
+  if (result.ptr != end) {
+    const char c = *result.ptr;
+    if ((c >= '0' && c <= '9') || c == '.' || c == 'e' || c == 'E' || c == '+' || c == '-') {
+      return nullptr;
+    }
+  }
+  value = parsed;
+  return result.ptr;
+}
+
+}  // namespace
 
 std::string_view AsciiTokens::word() {
   if (failed_) return {};
@@ -56,6 +82,11 @@ int AsciiTokens::integer() {
 double AsciiTokens::real() {
   if (failed_) return 0.0;
   double value = 0.0;
+  const char* const first = skip_space(pos_, end_);
+  if (const char* const last = plain_decimal(first, end_, value)) {
+    pos_ = last;
+    return value;
+  }
   const ParseResult result = parse_real(pos_, end_, value);
   pos_ = result.ptr;
   if (!result.ok) failed_ = true;
@@ -64,6 +95,21 @@ double AsciiTokens::real() {
 
 std::complex<double> AsciiTokens::complex() {
   if (failed_) return {};
+  // "(re,im)" exactly as the writers print it; anything else (blanks inside, one part, a bare
+  // real, a failure) goes the stream's way.
+  const char* const open = skip_space(pos_, end_);
+  if (open != end_ && *open == '(') {
+    double re = 0.0;
+    double im = 0.0;
+    const char* const comma = plain_decimal(open + 1, end_, re);
+    if (comma != nullptr && comma != end_ && *comma == ',') {
+      const char* const close = plain_decimal(comma + 1, end_, im);
+      if (close != nullptr && close != end_ && *close == ')') {
+        pos_ = close + 1;
+        return {re, im};
+      }
+    }
+  }
   std::complex<double> value;
   const ParseResult result = parse_complex(pos_, end_, value);
   pos_ = result.ptr;

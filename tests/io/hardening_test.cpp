@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <locale>
@@ -23,6 +24,7 @@
 #include <utility>
 #include <vector>
 
+#include "detail/number_parse.hpp"
 #include "detail/output_buffer.hpp"
 #include "io/ascii_reader.hpp"
 #include "io/ascii_writer.hpp"
@@ -217,6 +219,115 @@ TEST(ByteFlips, DamagedSmallGoldensReadOrAreRefused) {
         "reader and file use different endianness", "binary read for scalar model 0 not supported",
         "S-matrix list of 0 entries for 2 ports"}) {
     EXPECT_EQ(messages.count(expected), 1u) << expected;
+  }
+}
+
+// The token layer reads the writers' number form straight through from_chars and leaves
+// everything else to the stream-exact parsers; both ways must agree on value (bit for bit),
+// position and failure for every spelling, near misses included.
+TEST(AsciiTokens, NumbersAgreeWithTheStreamExactParsers) {
+  const char* const reals[] = {"1",
+                               "-1",
+                               "1.",
+                               "-.5",
+                               ".5",
+                               "+1",
+                               "-0",
+                               "00012",
+                               "1e5",
+                               "1e+05",
+                               "1E-5",
+                               "1e",
+                               "1e+",
+                               "1e+x",
+                               "1.5.3",
+                               "1..",
+                               "1e5e",
+                               "1e5.",
+                               "0x1p3",
+                               "1e400",
+                               "-1e400",
+                               "1e-400",
+                               "-1e-400",
+                               "4.9406564584124654e-324",
+                               "2.4703282292062327e-324",
+                               "2.2250738585072011e-308",
+                               "1-2",
+                               "1+2",
+                               "inf",
+                               "-inf",
+                               "nan",
+                               "-nan",
+                               "Infinity",
+                               "12345678901234567890123",
+                               "-",
+                               ".",
+                               "e5",
+                               "1.0000000000000000e+09",
+                               "-9.9999999999999995e-01",
+                               "1,",
+                               "1)",
+                               "1(",
+                               "7\t",
+                               "\r\n3"};
+  for (const char* token : reals) {
+    for (const std::string& text : {std::string(token), std::string(token) + " rest"}) {
+      detail::AsciiTokens tokens(text);
+      const double fast = tokens.real();
+      double exact = 0.0;
+      const detail::ParseResult result =
+          detail::parse_real(text.data(), text.data() + text.size(), exact);
+      EXPECT_EQ(tokens.failed(), !result.ok) << text;
+      EXPECT_EQ(tokens.remaining(),
+                static_cast<std::size_t>(text.data() + text.size() - result.ptr))
+          << text;
+      EXPECT_EQ(std::memcmp(&fast, &exact, sizeof fast), 0) << text << ": " << fast << " " << exact;
+    }
+  }
+  const char* const complexes[] = {"(1,2)",
+                                   "(1, 2)",
+                                   "( 1,2)",
+                                   "(1,2 )",
+                                   "(1)",
+                                   "(1,2",
+                                   "(1,2]",
+                                   "(1e,2)",
+                                   "(inf,-nan)",
+                                   "(-0,-0)",
+                                   "(1.5e+09,-2.5e-09)",
+                                   "(+1,2)",
+                                   "(1,+2)",
+                                   "1",
+                                   "(1;2)",
+                                   "(1,2e400)",
+                                   "(1e-400,5)",
+                                   "(1,2)x",
+                                   "(1.,.5)",
+                                   "(1e5e,2)",
+                                   "(1,2e+)",
+                                   "((1,2)",
+                                   "(1,(2)",
+                                   "(5e-324,-0)",
+                                   "(-nan,nan)x",
+                                   "(",
+                                   "()",
+                                   "(,)",
+                                   "(1,)"};
+  for (const char* token : complexes) {
+    for (const std::string& text : {std::string(token), std::string(token) + " rest"}) {
+      detail::AsciiTokens tokens(text);
+      const C fast = tokens.complex();
+      C exact;
+      const detail::ParseResult result =
+          detail::parse_complex(text.data(), text.data() + text.size(), exact);
+      EXPECT_EQ(tokens.failed(), !result.ok) << text;
+      EXPECT_EQ(tokens.remaining(),
+                static_cast<std::size_t>(text.data() + text.size() - result.ptr))
+          << text;
+      if (result.ok) {
+        EXPECT_EQ(std::memcmp(&fast, &exact, sizeof fast), 0) << text << ": " << fast << exact;
+      }
+    }
   }
 }
 
