@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -115,7 +114,8 @@ Located locate(const ModelSet& models, const SampleSet& samples, double f) {
 }
 
 // The search shared by every form. A Form supplies: Neighbour (what a lower or upper neighbour
-// holds), Value, hit(model, f), hit(stored), edge(model, f) and neighbour(stored), and
+// holds), Value, hit(model, f), hit(stored), set_edge(neighbour, model, f),
+// set_sample(neighbour, stored), prefetch(stored) and
 // interpolate(lower, f_lower, upper, f_upper, f).
 template <class Form>
 typename Form::Value query(const SMatrixContainer& container, const ModelSet& models,
@@ -123,38 +123,48 @@ typename Form::Value query(const SMatrixContainer& container, const ModelSet& mo
   const Located at = locate(models, samples, f);
   if (at.model_hit) return form.hit(*at.model_hit, f);
   if (at.sample_hit) return form.hit(*at.sample_hit);
+  if (at.sample_above) form.prefetch(*at.sample_above);
+  if (at.sample_before) form.prefetch(*at.sample_before);
 
-  std::optional<typename Form::Neighbour> lower;
-  std::optional<typename Form::Neighbour> upper;
+  // Plain objects with flags rather than std::optional: this runs once per query and the
+  // compiler clears an optional's whole storage up front.
+  typename Form::Neighbour lower;
+  typename Form::Neighbour upper;
+  bool has_lower = false;
+  bool has_upper = false;
   double f_lower = 0.0;
   double f_upper = 0.0;
   // Model edges are evaluated as soon as they are found, even when a sample displaces them
   // below: an edge whose evaluation throws fails the query just as the reference walk does.
   if (at.model_above) {
     f_upper = at.model_above->from();
-    upper.emplace(form.edge(*at.model_above, f_upper));
+    form.set_edge(upper, *at.model_above, f_upper);
+    has_upper = true;
     if (at.model_before) {
       f_lower = at.model_before->to();
-      lower.emplace(form.edge(*at.model_before, f_lower));
+      form.set_edge(lower, *at.model_before, f_lower);
+      has_lower = true;
     }
   }
   if (at.sample_above) {
     // Ties go to the model edge: only a strictly nearer sample replaces it.
     const double fs = at.sample_above->sample.frequency();
-    if (!upper || fs < f_upper) {
-      upper.emplace(form.neighbour(*at.sample_above));
+    if (!has_upper || fs < f_upper) {
+      form.set_sample(upper, *at.sample_above);
+      has_upper = true;
       f_upper = fs;
     }
     if (at.sample_before) {
       const double fb = at.sample_before->sample.frequency();
-      if (!lower || fb > f_lower) {
-        lower.emplace(form.neighbour(*at.sample_before));
+      if (!has_lower || fb > f_lower) {
+        form.set_sample(lower, *at.sample_before);
+        has_lower = true;
         f_lower = fb;
       }
     }
   }
-  if (!lower || !upper) throw_outside(container, f);
-  return form.interpolate(*lower, f_lower, *upper, f_upper, f);
+  if (!has_lower || !has_upper) throw_outside(container, f);
+  return form.interpolate(lower, f_lower, upper, f_upper, f);
 }
 
 // The whole sample, models evaluated plainly or symmetrically.
@@ -174,11 +184,21 @@ struct WholeSample {
     return symmetric ? m.evaluate_symm(f, t) : m.evaluate(f, t);
   }
   SMatrixSample hit(const StoredSample& s) const { return s.sample; }
-  Neighbour edge(const SMatrixModel& m, double f) const {
+  void set_edge(Neighbour& n, const SMatrixModel& m, double f) const {
     // Model edges are taken with MAG_PHASE whatever t is; models ignore it anyway.
-    return {nullptr, symmetric ? m.evaluate_symm(f, MAG_PHASE) : m.evaluate(f, MAG_PHASE)};
+    n.evaluated = symmetric ? m.evaluate_symm(f, MAG_PHASE) : m.evaluate(f, MAG_PHASE);
   }
-  Neighbour neighbour(const StoredSample& s) const { return {&s, SMatrixSample()}; }
+  // A stored sample takes precedence over an evaluated edge, which can stay as it is.
+  void set_sample(Neighbour& n, const StoredSample& s) const { n.stored = &s; }
+  // The neighbours of a query in a large container are seldom in the cache: requesting their
+  // entries as soon as they are known lets the misses overlap with the rest of the search
+  // instead of stalling the interpolation loop one line at a time.
+  void prefetch(const StoredSample& s) const {
+    const SMatrixSample& x = s.sample;
+    detail::prefetch(x.S().data(), x.S().size() * sizeof(std::complex<double>));
+    detail::prefetch(x.Zref().data(), x.Zref().size() * sizeof(std::complex<double>));
+    if (t == MAG_PHASE) detail::prefetch(s.polar.data(), s.polar.size() * sizeof(Polar));
+  }
   SMatrixSample interpolate(const Neighbour& lower, double f_lower, const Neighbour& upper,
                             double f_upper, double f) const {
     const SMatrixSample& a = lower.sample();
@@ -195,8 +215,8 @@ struct WholeSample {
 // size mismatch first, as the whole-sample evaluation would.
 struct EntryNeighbour {
   std::complex<double> value;
-  std::size_t nb_ports;
-  const StoredSample* stored;
+  std::size_t nb_ports = 0;
+  const StoredSample* stored = nullptr;
 };
 
 template <class Derived>
@@ -209,10 +229,11 @@ struct EntryForm {
   const Derived& self() const { return static_cast<const Derived&>(*this); }
   Value hit(const SMatrixModel& m, double f) const { return self().of_model(m, f); }
   Value hit(const StoredSample& s) const { return self().of_sample(s.sample); }
-  Neighbour edge(const SMatrixModel& m, double f) const {
-    return {self().of_model(m, f), m.nbPorts(), nullptr};
+  void set_edge(Neighbour& n, const SMatrixModel& m, double f) const {
+    n = {self().of_model(m, f), m.nbPorts(), nullptr};
   }
-  Neighbour neighbour(const StoredSample& s) const { return {{}, s.sample.nbPorts(), &s}; }
+  void set_sample(Neighbour& n, const StoredSample& s) const { n = {{}, s.sample.nbPorts(), &s}; }
+  void prefetch(const StoredSample&) const {}
   // The whole-sample rule applied to one entry. Its "equal neighbours give the lower one" step
   // needs no test of its own here: equal samples have equal entries, and equal entries already
   // give the lower one.

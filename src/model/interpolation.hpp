@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <complex>
+#include <cstddef>
 
 namespace korvantix::detail {
 
@@ -18,6 +19,18 @@ inline constexpr double kTwoPi = 6.283185307179586;
 // The polar form exactly as the container caches it for every stored entry.
 inline Polar polar_of(const std::complex<double>& z) {
   return {std::abs(z), std::atan2(z.imag(), z.real())};
+}
+
+// A hint to start loading `bytes` bytes at `data` into the cache; no effect on any result.
+inline void prefetch(const void* data, std::size_t bytes) {
+#if defined(__GNUC__)
+  const char* const first = static_cast<const char*>(data);
+  for (std::size_t k = 0; k < bytes; k += 64)
+    __builtin_prefetch(first + k);
+#else
+  static_cast<void>(data);
+  static_cast<void>(bytes);
+#endif
 }
 
 inline bool same_entry(const std::complex<double>& a, const std::complex<double>& b) {
