@@ -4,9 +4,12 @@
 #include <korvantix/io.hpp>
 #include <korvantix/scalar.hpp>
 
+#include <cstring>
 #include <stdexcept>
+#include <string_view>
 
 #include "detail/message.hpp"
+#include "detail/number_format.hpp"
 #include "io/grammar.hpp"
 #include "io/keywords.hpp"
 #include "io/path.hpp"
@@ -16,45 +19,79 @@ namespace detail {
 namespace {
 
 // The file's vocabulary on the output side: counts in decimal, reals in scientific notation,
-// complex values as "(re,im)", texts between "<" and ">".
+// complex values as "(re,im)", texts between "<" and ">". Everything is first assembled in a
+// small staging area on the stack and handed to the buffer in blocks: a complex value is then a
+// handful of stores and two conversions instead of five calls into the buffer.
 class AsciiWriter {
  public:
-  AsciiWriter(OutputBuffer& out, int precision) : out_(out), precision_(precision) {}
+  AsciiWriter(OutputBuffer& out, int precision)
+      : out_(out), precision_(precision), direct_(precision <= kMaxDirectPrecision) {}
+  AsciiWriter(const AsciiWriter&) = delete;
+  AsciiWriter& operator=(const AsciiWriter&) = delete;
 
+  /// Hands the staged text to the buffer; the owner calls it at the end (and failures do).
+  void finish() {
+    out_.raw(stage_, used_);
+    used_ = 0;
+  }
+
+  AsciiWriter& put(char c) {
+    room(1);
+    stage_[used_++] = c;
+    return *this;
+  }
   AsciiWriter& put(std::string_view text) {
-    out_.put(text);
+    if (text.size() > kStage / 2) {
+      finish();
+      out_.put(text);
+      return *this;
+    }
+    room(text.size());
+    std::memcpy(stage_ + used_, text.data(), text.size());
+    used_ += text.size();
     return *this;
   }
   AsciiWriter& count(std::uint64_t n) {
-    out_.count(n);
+    room(20);
+    used_ = static_cast<std::size_t>(write_count(stage_ + used_, n) - stage_);
     return *this;
   }
   AsciiWriter& real(double x) {
-    out_.scientific(x, precision_);
+    if (!direct_) {
+      // Beyond the direct precision the buffer pads the zeros every double runs into.
+      finish();
+      out_.scientific(x, precision_);
+      return *this;
+    }
+    room(number_room(precision_));
+    used_ = static_cast<std::size_t>(write_scientific(stage_ + used_, x, precision_) - stage_);
     return *this;
   }
   AsciiWriter& complex(const std::complex<double>& z) {
-    out_.put('(');
-    out_.scientific(z.real(), precision_);
-    out_.put(',');
-    out_.scientific(z.imag(), precision_);
-    out_.put(')');
+    if (!direct_) {
+      finish();
+      out_.complex(z, precision_);
+      return *this;
+    }
+    room(2 * number_room(precision_) + 3);
+    char* p = stage_ + used_;
+    *p++ = '(';
+    p = write_scientific(p, z.real(), precision_);
+    *p++ = ',';
+    p = write_scientific(p, z.imag(), precision_);
+    *p++ = ')';
+    used_ = static_cast<std::size_t>(p - stage_);
     return *this;
   }
-  AsciiWriter& text(std::string_view t) {
-    out_.put('<');
-    out_.put(t);
-    out_.put('>');
-    return *this;
-  }
+  AsciiWriter& text(std::string_view t) { return put('<').put(t).put('>'); }
   AsciiWriter& reals(const std::vector<double>& values) {
     for (double x : values)
-      put("\t").real(x);
+      put('\t').real(x);
     return *this;
   }
   AsciiWriter& complexes(const std::vector<std::complex<double>>& values) {
     for (const std::complex<double>& z : values)
-      put("\t").complex(z);
+      put('\t').complex(z);
     return *this;
   }
 
@@ -62,12 +99,14 @@ class AsciiWriter {
   void container(const SMatrixContainer& c);
 
  private:
-  [[noreturn]] static void unsupported(const ScalarModel& model) {
+  // What was written before the model stays written, as for a stream.
+  [[noreturn]] void unsupported(const ScalarModel& model) {
+    finish();
     throw std::runtime_error(message("ascii io for scalar model ",
                                      static_cast<std::int32_t>(model.type()), " not supported"));
   }
   template <class Model>
-  static const Model& as(const ScalarModel& model) {
+  const Model& as(const ScalarModel& model) {
     const auto* concrete = dynamic_cast<const Model*>(&model);
     if (concrete == nullptr) unsupported(model);
     return *concrete;
@@ -78,8 +117,19 @@ class AsciiWriter {
       put("\n\t").text(key).put(" ").text(value);
   }
 
+  void room(std::size_t n) {
+    if (kStage - used_ < n) finish();
+  }
+
+  // Holds the longest single item: a complex value at the largest direct precision.
+  static constexpr std::size_t kStage = std::size_t{1} << 14;
+  static_assert(kStage >= 2 * number_room(kMaxDirectPrecision) + 3);
+
   OutputBuffer& out_;
   int precision_;
+  bool direct_;
+  std::size_t used_ = 0;
+  char stage_[kStage];
 };
 
 void AsciiWriter::scalar_model(const ScalarModel& model) {
@@ -177,10 +227,12 @@ void AsciiWriter::container(const SMatrixContainer& c) {
   for (auto s = c.begin_samples(); s != c.end_samples(); ++s) {
     put("\n").put(kvx::kFreq).put(" ").real(s->frequency()).put(" ").put(kvx::kHz);
     put("\n\t").put(kvx::kS);
+    // Row-major storage: row i is entries i * n .. i * n + n - 1.
+    const std::complex<double>* entry = s->S().data();
     for (std::size_t i = 0; i < n; ++i) {
       put("\n\t");
       for (std::size_t j = 0; j < n; ++j)
-        put("\t").complex((*s)(i, j));
+        put('\t').complex(*entry++);
     }
     put("\n\t").put(kvx::kZref).put("\n\t").complexes(s->Zref());
     for (auto d = s->begin_port_data(); d != s->end_port_data(); ++d) {
@@ -208,11 +260,15 @@ void AsciiWriter::container(const SMatrixContainer& c) {
 }  // namespace
 
 void format_ascii(const SMatrixContainer& container, OutputBuffer& out, int precision) {
-  AsciiWriter(out, precision).container(container);
+  AsciiWriter writer(out, precision);
+  writer.container(container);
+  writer.finish();
 }
 
 void format_scalar_model(const ScalarModel& model, OutputBuffer& out, int precision) {
-  AsciiWriter(out, precision).scalar_model(model);
+  AsciiWriter writer(out, precision);
+  writer.scalar_model(model);
+  writer.finish();
 }
 
 }  // namespace detail
