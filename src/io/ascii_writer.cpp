@@ -29,7 +29,7 @@ class AsciiWriter {
   AsciiWriter(const AsciiWriter&) = delete;
   AsciiWriter& operator=(const AsciiWriter&) = delete;
 
-  /// Hands the staged text to the buffer; the owner calls it at the end (and failures do).
+  /// Hands the staged text to the buffer; the owner calls it at the end and on a failure.
   void finish() {
     out_.raw(stage_, used_);
     used_ = 0;
@@ -99,14 +99,12 @@ class AsciiWriter {
   void container(const SMatrixContainer& c);
 
  private:
-  // What was written before the model stays written, as for a stream.
-  [[noreturn]] void unsupported(const ScalarModel& model) {
-    finish();
+  [[noreturn]] static void unsupported(const ScalarModel& model) {
     throw std::runtime_error(message("ascii io for scalar model ",
                                      static_cast<std::int32_t>(model.type()), " not supported"));
   }
   template <class Model>
-  const Model& as(const ScalarModel& model) {
+  static const Model& as(const ScalarModel& model) {
     const auto* concrete = dynamic_cast<const Model*>(&model);
     if (concrete == nullptr) unsupported(model);
     return *concrete;
@@ -261,13 +259,24 @@ void AsciiWriter::container(const SMatrixContainer& c) {
 
 void format_ascii(const SMatrixContainer& container, OutputBuffer& out, int precision) {
   AsciiWriter writer(out, precision);
-  writer.container(container);
+  try {
+    writer.container(container);
+  } catch (...) {
+    // What was written before the failure stays written, as it would on a stream.
+    writer.finish();
+    throw;
+  }
   writer.finish();
 }
 
 void format_scalar_model(const ScalarModel& model, OutputBuffer& out, int precision) {
   AsciiWriter writer(out, precision);
-  writer.scalar_model(model);
+  try {
+    writer.scalar_model(model);
+  } catch (...) {
+    writer.finish();
+    throw;
+  }
   writer.finish();
 }
 
