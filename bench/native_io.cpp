@@ -2,7 +2,7 @@
 // Data: containers of 2, 4 and 32 ports (100,000 samples for 2 and 4 ports, 1,000 for 32, so
 // that each holds at least a million complex values), two port data names and six models that
 // use every scalar kind. Every row reports MB/s of file bytes (the baseline rows are labelled
-// "baseline"); the counters compare with the baseline timed just before in the same process:
+// "baseline"); the counters compare with the baselines, timed in the same iterations:
 //   ascii/write        vs_ofstream       = ofstream writer time / ours        (goal >= 4)
 //   ascii/format       time_vs_to_chars  = ours / bare to_chars loop time     (goal <= 1.5)
 //   ascii/read         vs_istream        = istream token extraction / ours    (goal >= 4)
@@ -481,10 +481,10 @@ std::size_t to_chars_loop(const std::vector<double>& numbers, std::vector<char>&
 }
 
 // ---------------------------------------------------------------------------------------------
-// Timing: each row keeps its best pass; a baseline row leaves its best in `baselines` for the
-// rows after it (measured on demand when a filter skipped it). Passes are timed in CPU time of
-// this thread (user and system): the machine is shared, and waiting for a core is not a cost of
-// the code under test.
+// Timing. A row times its own pass and, in the same iterations, every pass it is compared with,
+// alternating which goes first, so that both see the same heap and the same machine load; the
+// ratios come from the best pass of each. Passes are timed in CPU time of this thread (user and
+// system): the machine is shared, and waiting for a core is not a cost of the code under test.
 
 double cpu_seconds() {
   timespec t{};
@@ -492,37 +492,37 @@ double cpu_seconds() {
   return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
 }
 
-std::map<std::string, double>& baselines() {
-  static std::map<std::string, double> times;
-  return times;
-}
+using Pass = std::function<void()>;
 
-template <class Pass>
-double time_rows(benchmark::State& state, Pass&& pass, std::size_t bytes) {
-  double best = 1e300;
-  for (auto _ : state) {
+struct Times {
+  double ours = 1e300;
+  std::vector<double> others;
+};
+
+Times time_row(benchmark::State& state, const Pass& ours, std::size_t bytes,
+               const std::vector<Pass>& others = {}) {
+  Times times;
+  times.others.assign(others.size(), 1e300);
+  auto timed = [](const Pass& pass, double& best) {
     const double start = cpu_seconds();
     pass();
     best = std::min(best, cpu_seconds() - start);
+  };
+  auto compare = [&] {
+    state.PauseTiming();
+    for (std::size_t k = 0; k < others.size(); ++k)
+      timed(others[k], times.others[k]);
+    state.ResumeTiming();
+  };
+  bool others_first = false;
+  for (auto _ : state) {
+    if (others_first) compare();
+    timed(ours, times.ours);
+    if (!others_first) compare();
+    others_first = !others_first;
   }
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes));
-  return best;
-}
-
-double baseline(const std::string& key, const std::function<void()>& pass) {
-  auto found = baselines().find(key);
-  if (found != baselines().end()) return found->second;
-  double best = 1e300;
-  for (int k = 0; k < 2; ++k) {
-    const double start = cpu_seconds();
-    pass();
-    best = std::min(best, cpu_seconds() - start);
-  }
-  return baselines()[key] = best;
-}
-
-std::string key(const char* what, const benchmark::State& state) {
-  return std::string(what) + "/" + std::to_string(state.range(0));
+  return times;
 }
 
 std::string scratch_path(const char* name) {
@@ -530,26 +530,26 @@ std::string scratch_path(const char* name) {
 }
 
 // Passes shared by rows and baselines.
-std::function<void()> ofstream_pass(const Data& d) {
+Pass ofstream_pass(const Data& d) {
   return [&d] { stream_write(d.container, scratch_path("ofstream").c_str()); };
 }
-std::function<void()> to_chars_pass(const Data& d) {
+Pass to_chars_pass(const Data& d) {
   return [&d] {
     static std::vector<char> memory;
     memory.resize(d.numbers.size() * 32);
     benchmark::DoNotOptimize(to_chars_loop(d.numbers, memory));
   };
 }
-std::function<void()> istream_pass(const Data& d) {
+Pass istream_pass(const Data& d) {
   return [&d] { benchmark::DoNotOptimize(stream_read(d.ascii)); };
 }
-std::function<void()> copy_pass(const Data& d) {
+Pass copy_pass(const Data& d) {
   return [&d] {
     SMatrixContainer copy(d.container);
     benchmark::DoNotOptimize(copy.nbSamples());
   };
 }
-std::function<void()> ascii_format_pass(const Data& d) {
+Pass ascii_format_pass(const Data& d) {
   return [&d] {
     std::string text;
     text.reserve(d.ascii.size());
@@ -559,14 +559,24 @@ std::function<void()> ascii_format_pass(const Data& d) {
     benchmark::DoNotOptimize(text.data());
   };
 }
-std::function<void()> ascii_read_pass(const std::string& text) {
+Pass binary_format_pass(const Data& d) {
+  return [&d] {
+    std::string bytes;
+    bytes.reserve(d.binary.size());
+    detail::OutputBuffer out(bytes);
+    detail::format_binary(d.container, out);
+    out.flush();
+    benchmark::DoNotOptimize(bytes.data());
+  };
+}
+Pass ascii_read_pass(const std::string& text) {
   return [&text] {
     SMatrixContainer c;
     detail::parse_ascii(text, c);
     benchmark::DoNotOptimize(c.nbSamples());
   };
 }
-std::function<void()> binary_read_pass(const std::string& bytes) {
+Pass binary_read_pass(const std::string& bytes) {
   return [&bytes] {
     SMatrixContainer c;
     detail::parse_binary(bytes, c);
@@ -579,7 +589,7 @@ std::function<void()> binary_read_pass(const std::string& bytes) {
 
 void ascii_write_ofstream(benchmark::State& state) {
   const Data& d = data_of(state);
-  baselines()[key("ofstream", state)] = time_rows(state, ofstream_pass(d), d.ascii.size());
+  time_row(state, ofstream_pass(d), d.ascii.size());
   // The baseline is only fair if it writes the very same bytes.
   std::string written(d.ascii.size() + 1, '\0');
   if (std::FILE* file = std::fopen(scratch_path("ofstream").c_str(), "rb")) {
@@ -593,73 +603,63 @@ void ascii_write_ofstream(benchmark::State& state) {
 void ascii_write(benchmark::State& state) {
   const Data& d = data_of(state);
   const std::string path = scratch_path("ascii");
-  const double ours = time_rows(
-      state, [&] { korvantix::write_ascii(d.container, path.c_str(), kPrecision); },
-      d.ascii.size());
-  state.counters["vs_ofstream"] = baseline(key("ofstream", state), ofstream_pass(d)) / ours;
+  const Times t =
+      time_row(state, [&] { korvantix::write_ascii(d.container, path.c_str(), kPrecision); },
+               d.ascii.size(), {ofstream_pass(d)});
+  state.counters["vs_ofstream"] = t.others[0] / t.ours;
 }
 
 void ascii_to_chars(benchmark::State& state) {
   const Data& d = data_of(state);
-  baselines()[key("to_chars", state)] = time_rows(state, to_chars_pass(d), d.ascii.size());
+  time_row(state, to_chars_pass(d), d.ascii.size());
   state.SetLabel("baseline: bare to_chars of the same doubles");
 }
 
 void ascii_format(benchmark::State& state) {
   const Data& d = data_of(state);
-  const double ours = time_rows(state, ascii_format_pass(d), d.ascii.size());
-  baselines()[key("ascii_format", state)] = ours;
-  state.counters["time_vs_to_chars"] = ours / baseline(key("to_chars", state), to_chars_pass(d));
+  const Times t = time_row(state, ascii_format_pass(d), d.ascii.size(), {to_chars_pass(d)});
+  state.counters["time_vs_to_chars"] = t.ours / t.others[0];
 }
 
 void ascii_read_istream(benchmark::State& state) {
   const Data& d = data_of(state);
-  baselines()[key("istream", state)] = time_rows(state, istream_pass(d), d.ascii.size());
+  time_row(state, istream_pass(d), d.ascii.size());
   if (stream_read(d.ascii) == 0) state.SkipWithError("the stream reader failed");
   state.SetLabel("baseline");
 }
 
 void ascii_read(benchmark::State& state) {
   const Data& d = data_of(state);
-  const double ours = time_rows(state, ascii_read_pass(d.ascii), d.ascii.size());
-  baselines()[key("ascii_read", state)] = ours;
-  state.counters["vs_istream"] = baseline(key("istream", state), istream_pass(d)) / ours;
+  const Times t = time_row(state, ascii_read_pass(d.ascii), d.ascii.size(), {istream_pass(d)});
+  state.counters["vs_istream"] = t.others[0] / t.ours;
 }
 
 void container_copy(benchmark::State& state) {
   const Data& d = data_of(state);
-  baselines()[key("copy", state)] = time_rows(state, copy_pass(d), d.binary.size());
+  time_row(state, copy_pass(d), d.binary.size());
   state.SetLabel("baseline: copy-construct the container");
 }
 
 void binary_format(benchmark::State& state) {
   const Data& d = data_of(state);
-  const double ours = time_rows(
-      state,
-      [&] {
-        std::string bytes;
-        bytes.reserve(d.binary.size());
-        detail::OutputBuffer out(bytes);
-        detail::format_binary(d.container, out);
-        out.flush();
-        benchmark::DoNotOptimize(bytes.data());
-      },
-      d.binary.size());
-  state.counters["time_vs_copy"] = ours / baseline(key("copy", state), copy_pass(d));
-  state.counters["vs_ascii"] = baseline(key("ascii_format", state), ascii_format_pass(d)) / ours;
+  const Times t =
+      time_row(state, binary_format_pass(d), d.binary.size(), {copy_pass(d), ascii_format_pass(d)});
+  state.counters["time_vs_copy"] = t.ours / t.others[0];
+  state.counters["vs_ascii"] = t.others[1] / t.ours;
 }
 
 void binary_read(benchmark::State& state) {
   const Data& d = data_of(state);
-  const double ours = time_rows(state, binary_read_pass(d.binary), d.binary.size());
-  state.counters["time_vs_copy"] = ours / baseline(key("copy", state), copy_pass(d));
-  state.counters["vs_ascii"] = baseline(key("ascii_read", state), ascii_read_pass(d.ascii)) / ours;
+  const Times t = time_row(state, binary_read_pass(d.binary), d.binary.size(),
+                           {copy_pass(d), ascii_read_pass(d.ascii)});
+  state.counters["time_vs_copy"] = t.ours / t.others[0];
+  state.counters["vs_ascii"] = t.others[1] / t.ours;
 }
 
 void binary_write_file(benchmark::State& state) {
   const Data& d = data_of(state);
   const std::string path = scratch_path("binary");
-  time_rows(
+  time_row(
       state, [&] { korvantix::write_binary(d.container, path.c_str()); }, d.binary.size());
   state.SetLabel("through the file system");
 }
@@ -673,9 +673,8 @@ void scaling_read(benchmark::State& state, bool binary) {
   auto pass = [binary](const std::string& text) {
     return binary ? binary_read_pass(text) : ascii_read_pass(text);
   };
-  const double ours = time_rows(state, pass(large), large.size());
-  state.counters["time_vs_half"] =
-      ours / baseline(binary ? "half_binary" : "half_ascii", pass(small));
+  const Times t = time_row(state, pass(large), large.size(), {pass(small)});
+  state.counters["time_vs_half"] = t.ours / t.others[0];
 }
 
 // A file holding one static table whose samples are stored in descending frequency order.
@@ -723,9 +722,8 @@ void scaling_table(benchmark::State& state, bool binary) {
   auto pass = [binary](const std::string& text) {
     return binary ? binary_read_pass(text) : ascii_read_pass(text);
   };
-  const double ours = time_rows(state, pass(large), large.size());
-  state.counters["time_vs_half"] =
-      ours / baseline(binary ? "table_binary" : "table_ascii", pass(small));
+  const Times t = time_row(state, pass(large), large.size(), {pass(small)});
+  state.counters["time_vs_half"] = t.ours / t.others[0];
 }
 
 void apply_ports(benchmark::internal::Benchmark* b) {

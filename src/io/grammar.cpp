@@ -49,7 +49,26 @@ std::unique_ptr<ScalarModel> make_static_table(
     const std::vector<std::pair<double, std::complex<double>>>& samples) {
   check_static_table_degree(degree);
   auto table = std::make_unique<StaticTableModel>(degree, transformations);
-  table->addSamples(samples);
+  // Writers store tables in ascending order, and some files hold them descending. A strictly
+  // monotone list can hold neither a repeated nor a NaN frequency, so adding it from its low
+  // end, one sample after the other at the top of the table, gives the same table as the general
+  // path, without its sort.
+  const std::size_t n = samples.size();
+  bool ascending = true;
+  bool descending = true;
+  for (std::size_t k = 1; k < n && (ascending || descending); ++k) {
+    ascending = ascending && samples[k - 1].first < samples[k].first;
+    descending = descending && samples[k - 1].first > samples[k].first;
+  }
+  if (n > 1 && ascending) {
+    for (const auto& [f, v] : samples)
+      table->addSample(f, v);
+  } else if (n > 1 && descending) {
+    for (auto s = samples.rbegin(); s != samples.rend(); ++s)
+      table->addSample(s->first, s->second);
+  } else {
+    table->addSamples(samples);
+  }
   return table;
 }
 

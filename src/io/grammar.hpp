@@ -52,7 +52,8 @@ std::unique_ptr<ScalarModel> make_spline(std::vector<double> freqs,
 /// Throws "invalid static table model of degree 0" for degree 0.
 void check_static_table_degree(std::uint64_t degree);
 
-/// A static table from file data, its samples added in O(n log n) whatever their order. Throws
+/// A static table from file data, its samples added in O(n log n) whatever their order (and
+/// without a sort when they are ascending or descending). Throws
 /// what addSample throws (a repeated or NaN frequency).
 std::unique_ptr<ScalarModel> make_static_table(
     std::size_t degree, const std::vector<Transformation::Type>& transformations,

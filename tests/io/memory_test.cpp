@@ -211,6 +211,45 @@ TEST(MemoryCeiling, BinaryPortCountWithoutRoomForTheMatrix) {
   }
 }
 
+// The densest objects a file can ask for: models whose every entry is the shortest scalar
+// model there is ("POLY 0" in 7 bytes, a code and an empty list in 8), each a heap object of its
+// own, first in the model being read and then in the container's copy.
+TEST(MemoryCeiling, ModelsOfEmptyScalarModels) {
+  const int ports = 40;
+  const int models = 64;
+  std::string text = "ASCII KORVANTIX2 3 0 PORTS 40";
+  for (int i = 0; i < ports; ++i)
+    text += " <>";
+  text += " PORT DATA NAMES 0 GLOBAL PROPERTIES 0";
+  for (int i = 0; i < ports; ++i)
+    text += " PORT PROPERTIES " + std::to_string(i) + " 0";
+  text += " SAMPLES 0 MODELS " + std::to_string(models);
+  Bytes b;
+  b.header(2, 3, 0).i32(ports);
+  for (int i = 0; i < ports; ++i)
+    b.str("");
+  b.i32(0).i32(0);
+  for (int i = 0; i < ports; ++i)
+    b.i32(0);
+  b.i32(0).i32(models);
+  for (int m = 0; m < models; ++m) {
+    text += " FREQRANGE " + std::to_string(m) + " " + std::to_string(m) + ".5 Hz S";
+    b.f64(m).f64(m + 0.5);
+    for (int k = 0; k < ports * ports + ports; ++k) {
+      if (k == ports * ports) text += " Zref";
+      text += " POLY 0";
+      b.i32(1).i32(0);
+    }
+  }
+  SMatrixContainer check;
+  detail::parse_ascii(text, check);
+  EXPECT_EQ(check.nbModels(), 64u);
+  detail::parse_binary(b.str(), check);
+  EXPECT_EQ(check.nbModels(), 64u);
+  EXPECT_LE(peak_of_read(text, Variant::Ascii), ceiling(text.size()));
+  EXPECT_LE(peak_of_read(b.str(), Variant::Binary), ceiling(b.str().size()));
+}
+
 TEST(MemoryCeiling, PublicReadIncludingTheFileLoad) {
   const std::string path = test::scratch("memory_ports.kvx");
   std::string text = "ASCII KORVANTIX2 3 0\nPORTS 5000";
