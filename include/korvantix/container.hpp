@@ -8,6 +8,7 @@
 #include <korvantix/evaluator.hpp>
 #include <korvantix/model.hpp>
 
+#include <atomic>
 #include <complex>
 #include <cstddef>
 #include <iosfwd>
@@ -29,11 +30,27 @@ struct Polar {
   double phase;
 };
 
-/// A sample as the container stores it, with the polar form of its entries computed once when
-/// it is added: polar[k] for S()[k] (row-major), then polar[S().size() + i] for Zref(i).
-struct StoredSample {
+/// A sample as the container stores it. Magnitude-phase interpolation needs the magnitude and
+/// phase of every S and Zref entry of both neighbours at every query; they are computed on a
+/// sample's first such use and kept, so adding and reading samples does not pay for them. The
+/// cache is published with one compare-and-swap: concurrent const queries stay safe without a
+/// lock (threads that race compute identical values, and all but one discard theirs).
+class StoredSample {
+ public:
+  explicit StoredSample(const SMatrixSample& s) : sample(s) {}
+  explicit StoredSample(SMatrixSample&& s) : sample(std::move(s)) {}
+  /// Copies the sample and, when it has been computed, the cache.
+  StoredSample(const StoredSample& other);
+  StoredSample& operator=(const StoredSample& other);
+  ~StoredSample();
+
+  /// polar()[k] for S()[k] (row-major), then polar()[S().size() + i] for Zref(i).
+  const Polar* polar() const;
+
   SMatrixSample sample;
-  std::vector<Polar> polar;
+
+ private:
+  mutable std::atomic<Polar*> polar_{nullptr};
 };
 
 /// Orders stored samples by frequency; also compares with a bare frequency (lookups by double).
@@ -179,6 +196,9 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
   /// sample: <keys>:  container: <names>" when its port-data keys differ from the container's
   /// names, and "S-matrix sample at <f> Hz is already available" for a stored frequency.
   void add(const SMatrixSample& s);
+  /// As add(const SMatrixSample&), taking the sample's storage over instead of copying it. On
+  /// failure s is left untouched.
+  void add(SMatrixSample&& s);
   /// Adds a deep copy of m.
   /// Throws std::runtime_error "invalid frequency range [<from> , <to>]" for from > to,
   /// "Port data of S-model and S-container must be identical\n  model: <keys>\n  container:
@@ -332,6 +352,9 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
   // Linear step minus the last logarithmic step below the switch.
   double get_lin_log_interval_difference(std::size_t k, std::size_t m, double fstart,
                                          double fswitch, double fend) const;
+
+  // Where a sample at s's frequency goes. Throws add's failures.
+  detail::SampleSet::const_iterator sample_position(const SMatrixSample& s) const;
 
   // The property map at index i. Throws std::out_of_range "invalid vector subscript".
   PropertyMap& property_map(std::size_t i);

@@ -35,22 +35,6 @@ void append_names(std::string& text, const std::vector<PortDataName>& names) {
     text += detail::message(" ", key.first, "[", key.second, "]");
 }
 
-detail::StoredSample make_stored(const SMatrixSample& sample) {
-  // The polar form is computed once here so that every magnitude-phase interpolation reads the
-  // same bits that std::abs and std::atan2 would give at the query, without recomputing them.
-  const auto& s = sample.S();
-  const auto& zref = sample.Zref();
-  std::vector<detail::Polar> polar;
-  polar.reserve(s.size() + zref.size());
-  for (const std::complex<double>& value : s) {
-    polar.push_back({std::abs(value), std::atan2(value.imag(), value.real())});
-  }
-  for (const std::complex<double>& value : zref) {
-    polar.push_back({std::abs(value), std::atan2(value.imag(), value.real())});
-  }
-  return {sample, std::move(polar)};
-}
-
 [[noreturn]] void throw_bad_subscript() {
   throw std::out_of_range("invalid vector subscript");
 }
@@ -72,6 +56,63 @@ void check_property(const std::string& key, const std::string& value) {
 }
 
 }  // namespace
+
+namespace detail {
+
+namespace {
+
+std::size_t polar_size(const SMatrixSample& sample) {
+  return sample.S().size() + sample.Zref().size();
+}
+
+Polar* copy_polar(const Polar* polar, std::size_t n) {
+  if (polar == nullptr) return nullptr;
+  Polar* copy = new Polar[n];
+  std::copy(polar, polar + n, copy);
+  return copy;
+}
+
+}  // namespace
+
+StoredSample::StoredSample(const StoredSample& other)
+    : sample(other.sample),
+      polar_(copy_polar(other.polar_.load(std::memory_order_acquire), polar_size(sample))) {}
+
+StoredSample& StoredSample::operator=(const StoredSample& other) {
+  if (this != &other) {
+    Polar* copy =
+        copy_polar(other.polar_.load(std::memory_order_acquire), polar_size(other.sample));
+    sample = other.sample;
+    delete[] polar_.exchange(copy, std::memory_order_acq_rel);
+  }
+  return *this;
+}
+
+StoredSample::~StoredSample() {
+  delete[] polar_.load(std::memory_order_relaxed);
+}
+
+const Polar* StoredSample::polar() const {
+  if (const Polar* ready = polar_.load(std::memory_order_acquire)) return ready;
+  // std::abs and std::atan2 as the interpolation would call them at the query: the cache holds
+  // exactly the bits it would compute.
+  const std::size_t n = polar_size(sample);
+  Polar* fresh = new Polar[n];
+  std::size_t k = 0;
+  for (const std::complex<double>& value : sample.S())
+    fresh[k++] = {std::abs(value), std::atan2(value.imag(), value.real())};
+  for (const std::complex<double>& value : sample.Zref())
+    fresh[k++] = {std::abs(value), std::atan2(value.imag(), value.real())};
+  Polar* expected = nullptr;
+  if (polar_.compare_exchange_strong(expected, fresh, std::memory_order_acq_rel,
+                                     std::memory_order_acquire)) {
+    return fresh;
+  }
+  delete[] fresh;  // another thread published the same values first
+  return expected;
+}
+
+}  // namespace detail
 
 SMatrixContainer::SMatrixContainer(std::size_t nbPorts) : SMatrixEvaluator(nbPorts) {
   reset(nbPorts, {});
@@ -132,14 +173,14 @@ void SMatrixContainer::reset(std::size_t nbPorts, const std::vector<PortDataName
   for (std::size_t i = 0; i < nbPorts; ++i)
     port_names_[i] = "port_" + std::to_string(i);
   // The maps keep their indices: after a change of port count the former global map is found
-  // at its old index, now a port's map. Files written by earlier versions rely on this.
+  // at its old index, now as a port's map. This is deliberate and kept.
   properties_.resize(nbPorts + 1);
   samples_.clear();
   models_.clear();
   port_data_names_ = std::move(sorted);
 }
 
-void SMatrixContainer::add(const SMatrixSample& s) {
+detail::SampleSet::const_iterator SMatrixContainer::sample_position(const SMatrixSample& s) const {
   if (!conforms(s.begin_port_data(), s.end_port_data(), port_data_names_)) {
     std::string text = "Port data of S-sample and S-container must be identical:  sample:";
     append_keys(text, s.begin_port_data(), s.end_port_data());
@@ -159,7 +200,15 @@ void SMatrixContainer::add(const SMatrixSample& s) {
           detail::message("S-matrix sample at ", f, " Hz is already available"));
     }
   }
-  samples_.emplace_hint(hint, make_stored(s));
+  return hint;
+}
+
+void SMatrixContainer::add(const SMatrixSample& s) {
+  samples_.emplace_hint(sample_position(s), s);
+}
+
+void SMatrixContainer::add(SMatrixSample&& s) {
+  samples_.emplace_hint(sample_position(s), std::move(s));
 }
 
 void SMatrixContainer::add(const SMatrixModel& m) {

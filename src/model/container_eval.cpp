@@ -174,7 +174,7 @@ struct WholeSample {
     const StoredSample* stored = nullptr;
     SMatrixSample evaluated;
     const SMatrixSample& sample() const { return stored ? stored->sample : evaluated; }
-    const Polar* polar() const { return stored ? stored->polar.data() : nullptr; }
+    const Polar* polar() const { return stored ? stored->polar() : nullptr; }
   };
 
   bool symmetric;
@@ -197,7 +197,8 @@ struct WholeSample {
     const SMatrixSample& x = s.sample;
     detail::prefetch(x.S().data(), x.S().size() * sizeof(std::complex<double>));
     detail::prefetch(x.Zref().data(), x.Zref().size() * sizeof(std::complex<double>));
-    if (t == MAG_PHASE) detail::prefetch(s.polar.data(), s.polar.size() * sizeof(Polar));
+    if (t == MAG_PHASE)
+      detail::prefetch(s.polar(), (s.sample.S().size() + s.sample.Zref().size()) * sizeof(Polar));
   }
   SMatrixSample interpolate(const Neighbour& lower, double f_lower, const Neighbour& upper,
                             double f_upper, double f) const {
@@ -205,7 +206,10 @@ struct WholeSample {
     const SMatrixSample& b = upper.sample();
     if (a == b) return a;
     const double w = (f - f_lower) / (f_upper - f_lower);
-    return detail::interpolate_samples(a, lower.polar(), b, upper.polar(), w, t);
+    // Only magnitude-phase reads the polar cache; other kinds must not make it be computed.
+    const bool polar = t == MAG_PHASE;
+    return detail::interpolate_samples(a, polar ? lower.polar() : nullptr, b,
+                                       polar ? upper.polar() : nullptr, w, t);
   }
 };
 
@@ -245,8 +249,9 @@ struct EntryForm {
     const std::complex<double> b =
         upper.stored ? self().of_sample(upper.stored->sample) : upper.value;
     const double w = (f - f_lower) / (f_upper - f_lower);
-    const Polar* pa = lower.stored ? self().cached(*lower.stored) : nullptr;
-    const Polar* pb = upper.stored ? self().cached(*upper.stored) : nullptr;
+    const bool polar = t == MAG_PHASE;
+    const Polar* pa = polar && lower.stored ? self().cached(*lower.stored) : nullptr;
+    const Polar* pb = polar && upper.stored ? self().cached(*upper.stored) : nullptr;
     if (pa && pb) return detail::interpolate_entry(a, *pa, b, *pb, w, t);
     return detail::interpolate_entry(a, b, w, t);
   }
@@ -268,7 +273,9 @@ struct SEntry : EntryForm<SEntry> {
     check(s.nbPorts());
     return s(i, j);
   }
-  const Polar* cached(const StoredSample& s) const { return &s.polar[i * s.sample.nbPorts() + j]; }
+  const Polar* cached(const StoredSample& s) const {
+    return s.polar() + i * s.sample.nbPorts() + j;
+  }
 };
 
 struct ZrefEntry : EntryForm<ZrefEntry> {
@@ -282,7 +289,7 @@ struct ZrefEntry : EntryForm<ZrefEntry> {
     if (i >= s.nbPorts()) throw_bad_port();
     return s.Zref(i);
   }
-  const Polar* cached(const StoredSample& s) const { return &s.polar[s.sample.S().size() + i]; }
+  const Polar* cached(const StoredSample& s) const { return s.polar() + s.sample.S().size() + i; }
 };
 
 struct PortDatum : EntryForm<PortDatum> {

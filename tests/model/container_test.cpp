@@ -99,7 +99,7 @@ TEST(ContainerSamples, NaNFrequencyIsEquivalentToEverySample) {
   EXPECT_EQ(c.nbSamples(), 1u);
 }
 
-TEST(ContainerSamples, SampleStoredIsACopyWithItsPolarForm) {
+TEST(ContainerSamples, SampleStoredIsACopyWithItsPolarFormOnDemand) {
   SMatrixContainer c(2);
   SMatrixSample s(2, 1e9);
   s(0, 1) = C(-1, 1e-300);
@@ -110,14 +110,15 @@ TEST(ContainerSamples, SampleStoredIsACopyWithItsPolarForm) {
   s(1, 1) = C(0, 0);
   const detail::StoredSample& stored = *c.begin_samples().base();
   EXPECT_EQ(stored.sample(1, 1), C(3, 4));
-  ASSERT_EQ(stored.polar.size(), 6u);
-  EXPECT_EQ(stored.polar[3].magnitude, 5.0);
-  EXPECT_EQ(stored.polar[3].phase, std::atan2(4.0, 3.0));
-  EXPECT_EQ(stored.polar[1].phase, std::atan2(1e-300, -1.0));  // just below +pi
-  EXPECT_EQ(stored.polar[2].phase, -std::atan2(0.0, -1.0));    // the sign of zero picks -pi
-  EXPECT_EQ(stored.polar[0].magnitude, 0.0);
-  EXPECT_EQ(stored.polar[5].magnitude, 50.0);  // Zref(1) follows the four S entries
-  EXPECT_EQ(stored.polar[5].phase, -std::atan2(1.0, 0.0));
+  const detail::Polar* polar = stored.polar();
+  EXPECT_EQ(stored.polar(), polar);  // computed once, then kept
+  EXPECT_EQ(polar[3].magnitude, 5.0);
+  EXPECT_EQ(polar[3].phase, std::atan2(4.0, 3.0));
+  EXPECT_EQ(polar[1].phase, std::atan2(1e-300, -1.0));  // just below +pi
+  EXPECT_EQ(polar[2].phase, -std::atan2(0.0, -1.0));    // the sign of zero picks -pi
+  EXPECT_EQ(polar[0].magnitude, 0.0);
+  EXPECT_EQ(polar[5].magnitude, 50.0);  // Zref(1) follows the four S entries
+  EXPECT_EQ(polar[5].phase, -std::atan2(1.0, 0.0));
 }
 
 TEST(ContainerSamples, PortDataMustMatchTheNames) {
@@ -335,6 +336,23 @@ TEST(ContainerCopy, DeepCopyCloneAndMove) {
   a = c;
   a.add(SMatrixSample(2, 5e9, {{"Zpi", 0}}));
   EXPECT_EQ(c, original);
+}
+
+TEST(ContainerSamples, AddingAnRvalueTakesTheSampleOverOnlyOnSuccess) {
+  SMatrixContainer c(1);
+  SMatrixSample first(1, 1e9);
+  first(0, 0) = C(0.5, -0.5);
+  c.add(std::move(first));
+  EXPECT_EQ(first.frequency(), -1.0);  // taken over: the moved-from state
+  EXPECT_EQ(c.begin_samples()->operator()(0, 0), C(0.5, -0.5));
+
+  SMatrixSample duplicate(1, 1e9);
+  duplicate(0, 0) = C(2, 3);
+  EXPECT_THROW_MSG(c.add(std::move(duplicate)), std::runtime_error,
+                   "S-matrix sample at 1e+09 Hz is already available");
+  EXPECT_EQ(duplicate.frequency(), 1e9);  // a refused sample is left as it was
+  EXPECT_EQ(duplicate(0, 0), C(2, 3));
+  EXPECT_EQ(c.nbSamples(), 1u);
 }
 
 }  // namespace
