@@ -11,13 +11,11 @@
 
 #include "detail/message.hpp"
 #include "export/adaptive.hpp"
+#include "model/interpolation.hpp"
 
 namespace korvantix {
 namespace detail {
 namespace {
-
-constexpr double kPi = 3.141592653589793;
-constexpr double kTwoPi = 6.283185307179586;
 
 struct Gap {
   double deviation;
@@ -44,27 +42,12 @@ double midpoint(double lo, double hi) {
 
 }  // namespace
 
-std::complex<double> interpolate_polar(const std::complex<double>& a, const std::complex<double>& b,
-                                       double w) {
-  if (a.real() == b.real() && a.imag() == b.imag()) return a;
-  const double magnitude = (1.0 - w) * std::abs(a) + w * std::abs(b);
-  const double phase_a = std::atan2(a.imag(), a.real());
-  double step = std::atan2(b.imag(), b.real()) - phase_a;
-  while (step > kPi)
-    step -= kTwoPi;
-  while (step < -kPi)
-    step += kTwoPi;
-  const double phase = phase_a + w * step;
-  // Spelled out rather than std::polar, which may assert on a NaN magnitude.
-  return {magnitude * std::cos(phase), magnitude * std::sin(phase)};
-}
-
 double interpolation_deviation(const EntryValues& lo, const EntryValues& hi, const EntryValues& mid,
                                double w) {
   const std::size_t count = std::min({lo.size(), hi.size(), mid.size()});
   double worst = 0.0;
   for (std::size_t k = 0; k < count; ++k) {
-    const double d = std::abs(mid[k] - interpolate_polar(lo[k], hi[k], w));
+    const double d = std::abs(mid[k] - interpolate_entry(lo[k], hi[k], w, MAG_PHASE));
     if (d > worst) worst = d;
   }
   return worst;

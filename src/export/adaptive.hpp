@@ -15,21 +15,16 @@ using EntryValues = std::vector<std::complex<double>>;
 /// Fills the entries at a frequency (resizing the vector as needed); its errors propagate.
 using EntryFunction = std::function<void(double frequency, EntryValues& values)>;
 
-/// The entry interpolated between a (at weight 0) and b (at weight 1) linearly in magnitude and
-/// in phase, the phase step taken the short way round (a step of exactly pi is not wrapped);
-/// equal entries give a.
-std::complex<double> interpolate_polar(const std::complex<double>& a, const std::complex<double>& b,
-                                       double w);
-
-/// The largest distance, over all entries, between `mid` and the polar interpolation of `lo`
-/// and `hi` at weight w; 0 when nothing is comparable (a NaN counts as no deviation).
+/// The largest distance, over all entries, between `mid` and the magnitude-phase interpolation of
+/// `lo` and `hi` at weight w; 0 when nothing is comparable (a NaN counts as no deviation).
 double interpolation_deviation(const EntryValues& lo, const EntryValues& hi, const EntryValues& mid,
                                double w);
 
 /// Greedy bisection: starting from the ascending, distinct `knots` (at least two), repeatedly
-/// splits at its midpoint the gap whose midpoint deviates most from the polar interpolation of
-/// the gap's ends (ties: the wider gap, then the lower one), until n points or until no gap can
-/// be split any more. Returns the points ascending; the knots are always among them.
+/// splits at its midpoint the gap whose midpoint deviates most from the magnitude-phase
+/// interpolation of the gap's ends (ties: the wider gap, then the lower one), until n points or
+/// until no gap can be split any more. Returns the points ascending; the knots are always among
+/// them.
 std::vector<double> adaptive_plan(const std::vector<double>& knots, std::size_t n,
                                   const EntryFunction& entries);
 
