@@ -3,7 +3,6 @@
 #include <korvantix/container.hpp>
 #include <korvantix/io.hpp>
 
-#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -156,23 +155,14 @@ class AsciiReader {
     tokens_.expect(kvx::kSamples);
     const std::size_t n = tokens_.count(kSampleBytes);
     const std::size_t ports = nb_ports_;
-    // One sample is filled again for every entry, since add() stores a copy; every value in it
-    // is overwritten each time.
-    std::optional<SMatrixSample> buffer;
     for (std::size_t k = 0; k < n; ++k) {
       tokens_.expect(kvx::kFreq);
       const double f = tokens_.real();
       tokens_.expect(kvx::kHz);
       check_matrix_fits(kValueBytes);
-      if (!buffer) {
-        if (grammar_.has_port_data_names) {
-          buffer.emplace(ports, f, port_data_names_);
-        } else {
-          buffer.emplace(ports, f);
-        }
-      }
-      SMatrixSample& sample = *buffer;
-      sample.setFrequency(f);
+      SMatrixSample sample = grammar_.has_port_data_names
+                                 ? SMatrixSample(ports, f, port_data_names_)
+                                 : SMatrixSample(ports, f);
       tokens_.expect(kvx::kS);
       for (std::complex<double>& s : sample.S())
         s = tokens_.complex();
@@ -194,7 +184,7 @@ class AsciiReader {
           tokens_.complex();
       }
       // A sample read after a failed number is not kept; the next keyword reports the failure.
-      if (!tokens_.failed()) container.add(sample);
+      if (!tokens_.failed()) container.add(std::move(sample));
     }
   }
 

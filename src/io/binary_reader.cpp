@@ -3,7 +3,6 @@
 #include <korvantix/container.hpp>
 #include <korvantix/io.hpp>
 
-#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -129,10 +128,6 @@ class BinaryReader {
   void read_samples(SMatrixContainer& container) {
     const std::size_t n = cursor_.count(kSampleBytes);
     const std::size_t ports = nb_ports_;
-    // One sample is filled again for every entry, since add() stores a copy; every value in it
-    // is overwritten each time, and it is built only once the first S-matrix list has proven
-    // that the file holds its N x N values.
-    std::optional<SMatrixSample> buffer;
     for (std::size_t k = 0; k < n; ++k) {
       const double f = cursor_.f64();
       const std::size_t entries = cursor_.count(kComplexBytes);
@@ -140,22 +135,16 @@ class BinaryReader {
       const bool square =
           ports == 0 ? entries == 0 : entries % ports == 0 && entries / ports == ports;
       if (!square) bad_list(entries, "S-matrix");
-      if (!buffer) {
-        if (grammar_.has_port_data_names) {
-          buffer.emplace(ports, f, port_data_names_);
-        } else {
-          buffer.emplace(ports, f);
-        }
-      }
-      SMatrixSample& sample = *buffer;
-      sample.setFrequency(f);
+      SMatrixSample sample = grammar_.has_port_data_names
+                                 ? SMatrixSample(ports, f, port_data_names_)
+                                 : SMatrixSample(ports, f);
       cursor_.complexes(sample.S().data(), entries);
       const std::size_t impedances = cursor_.count(kComplexBytes);
       if (impedances != ports) bad_list(impedances, "Zref");
       cursor_.complexes(sample.Zref().data(), ports);
       for (const PortDataName& name : port_data_names_)
         sample.set(name, cursor_.complex());
-      container.add(sample);
+      container.add(std::move(sample));
     }
   }
 
