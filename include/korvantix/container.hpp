@@ -205,6 +205,9 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
   /// <names>" for other port-data keys, and "S-matrix model at [<from> , <to>] Hz overlaps
   /// with an existing model at [<from> , <to>] Hz" naming the lowest overlapped model.
   void add(const SMatrixModel& m);
+  /// As add(const SMatrixModel&), taking the model's scalar models over instead of cloning
+  /// them. On failure m is left untouched.
+  void add(SMatrixModel&& m);
 
   /// Number of stored samples.
   std::size_t nbSamples() const { return samples_.size(); }
@@ -355,6 +358,8 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
 
   // Where a sample at s's frequency goes. Throws add's failures.
   detail::SampleSet::const_iterator sample_position(const SMatrixSample& s) const;
+  // Where a model over m's band goes. Throws add's failures.
+  detail::ModelSet::const_iterator model_position(const SMatrixModel& m) const;
 
   // The property map at index i. Throws std::out_of_range "invalid vector subscript".
   PropertyMap& property_map(std::size_t i);

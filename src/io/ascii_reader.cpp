@@ -221,7 +221,7 @@ class AsciiReader {
         for (std::size_t i = 0; i < ports; ++i)
           read_scalar_model(tokens_);
       }
-      if (!tokens_.failed()) container.add(model);
+      if (!tokens_.failed()) container.add(std::move(model));
     }
   }
 

@@ -170,7 +170,7 @@ class BinaryReader {
       for (const PortDataName& name : port_data_names_) {
         model.set(name, read_scalar_model(cursor_).get());
       }
-      container.add(model);
+      container.add(std::move(model));
     }
   }
 

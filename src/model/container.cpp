@@ -211,7 +211,7 @@ void SMatrixContainer::add(SMatrixSample&& s) {
   samples_.emplace_hint(sample_position(s), std::move(s));
 }
 
-void SMatrixContainer::add(const SMatrixModel& m) {
+detail::ModelSet::const_iterator SMatrixContainer::model_position(const SMatrixModel& m) const {
   if (m.from() > m.to()) {
     throw std::runtime_error(
         detail::message("invalid frequency range [", m.from(), " , ", m.to(), "]"));
@@ -231,7 +231,15 @@ void SMatrixContainer::add(const SMatrixModel& m) {
                                              "] Hz overlaps with an existing model at [",
                                              position->from(), " , ", position->to(), "] Hz"));
   }
-  models_.emplace_hint(position, m);
+  return position;
+}
+
+void SMatrixContainer::add(const SMatrixModel& m) {
+  models_.emplace_hint(model_position(m), m);
+}
+
+void SMatrixContainer::add(SMatrixModel&& m) {
+  models_.emplace_hint(model_position(m), std::move(m));
 }
 
 std::string& SMatrixContainer::name(std::size_t i) {

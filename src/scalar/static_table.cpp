@@ -87,7 +87,10 @@ void FittedScalarModel::applyInvTrafo(const std::vector<double>& /*freqs*/,
 void FittedScalarModel::addSample(double freq, const std::complex<double>& value) {
   if (std::isnan(freq)) throw_not_a_number(freq);
   const std::complex<double> stored = applyTrafo(freq, value);
-  const auto at = std::lower_bound(sample_freqs_.begin(), sample_freqs_.end(), freq);
+  // Tables are mostly filled in ascending order: appending needs no search.
+  const bool at_end = sample_freqs_.empty() || sample_freqs_.back() < freq;
+  const auto at = at_end ? sample_freqs_.end()
+                         : std::lower_bound(sample_freqs_.begin(), sample_freqs_.end(), freq);
   if (at != sample_freqs_.end() && *at == freq) throw_duplicate(freq);
   const auto index = at - sample_freqs_.begin();
   // Both arrays get their room first: the inserts below cannot fail half-way.

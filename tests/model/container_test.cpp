@@ -355,5 +355,23 @@ TEST(ContainerSamples, AddingAnRvalueTakesTheSampleOverOnlyOnSuccess) {
   EXPECT_EQ(c.nbSamples(), 1u);
 }
 
+TEST(ContainerModels, AddingAnRvalueTakesTheModelOverOnlyOnSuccess) {
+  SMatrixContainer c(1);
+  SMatrixModel first(1, 1e9, 2e9);
+  const PolynomialModel half(C(0.5, 0));
+  first.set(0, 0, &half);
+  c.add(std::move(first));
+  EXPECT_EQ(first.nbPorts(), 0u);  // taken over: the moved-from state
+  EXPECT_EQ(c.begin_models()->operator()(1.5e9, 0, 0), C(0.5, 0));
+
+  SMatrixModel overlapping(1, 1.5e9, 3e9);
+  EXPECT_THROW_MSG(c.add(std::move(overlapping)), std::runtime_error,
+                   "S-matrix model at [1.5e+09 , 3e+09] Hz overlaps with an existing model at "
+                   "[1e+09 , 2e+09] Hz");
+  EXPECT_EQ(overlapping.nbPorts(), 1u);  // a refused model is left as it was
+  EXPECT_EQ(overlapping.S().size(), 1u);
+  EXPECT_EQ(c.nbModels(), 1u);
+}
+
 }  // namespace
 }  // namespace korvantix
