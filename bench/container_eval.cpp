@@ -123,6 +123,11 @@ void BM_Evaluate(benchmark::State& state) {
   const std::vector<double> small_sweep = sweep(small, 2 * 1000);
   while (small_freqs.size() < kQueries)
     small_freqs.insert(small_freqs.end(), small_sweep.begin(), small_sweep.end());
+  // The magnitude-phase cache of a stored sample is filled on its first such use. One untimed
+  // sweep fills it, so the timed rounds show the steady cost per query; the first sweep's own
+  // cost is reported beside it.
+  const double first_sweep = time_queries(big, big_freqs, t);
+  time_queries(small, small_freqs, t);
   double big_seconds = 0.0, small_seconds = 0.0, floor_seconds = 0.0;
   for (auto _ : state) {
     const double elapsed = time_queries(big, big_freqs, t);
@@ -135,6 +140,7 @@ void BM_Evaluate(benchmark::State& state) {
   state.SetItemsProcessed(static_cast<std::int64_t>(queries));
   state.SetLabel(t == korvantix::MAG_PHASE ? "MAG_PHASE" : "REAL_IMAG");
   state.counters["ns_per_sample"] = 1e9 * big_seconds / queries;
+  state.counters["first_sweep_ns_per_sample"] = 1e9 * first_sweep / static_cast<double>(kQueries);
   state.counters["ns_per_sample_1k"] = 1e9 * small_seconds / queries;
   state.counters["ratio_1k"] = big_seconds / small_seconds;
   state.counters["floor_ns"] = 1e9 * floor_seconds / queries;
