@@ -151,6 +151,16 @@ class AsciiReader {
     }
   }
 
+  // The next port-data name and index must be `expected`; otherwise `failure` followed by what
+  // was found.
+  void expect_port_data_name(const PortDataName& expected, const char* failure) {
+    const std::string_view name = tokens_.word();
+    const std::uint64_t index = tokens_.count();
+    if (name != expected.first || index != expected.second) {
+      throw std::runtime_error(message(failure, port_data_name_text(name, index)));
+    }
+  }
+
   void read_samples(SMatrixContainer& container) {
     tokens_.expect(kvx::kSamples);
     const std::size_t n = tokens_.count(kSampleBytes);
@@ -170,12 +180,7 @@ class AsciiReader {
       for (std::complex<double>& z : sample.Zref())
         z = tokens_.complex();
       for (const PortDataName& expected : port_data_names_) {
-        const std::string_view name = tokens_.word();
-        const std::uint64_t index = tokens_.count();
-        if (name != expected.first || index != expected.second) {
-          throw std::runtime_error(
-              message("unexpected port data name: ", port_data_name_text(name, index)));
-        }
+        expect_port_data_name(expected, "unexpected port data name: ");
         sample.set(expected, tokens_.complex());
       }
       if (propagation_constant_) {
@@ -208,12 +213,7 @@ class AsciiReader {
       for (SMatrixModel::ScalarModelPtr& z : model.Zref())
         z = read_scalar_model(tokens_);
       for (const PortDataName& expected : port_data_names_) {
-        const std::string_view name = tokens_.word();
-        const std::uint64_t index = tokens_.count();
-        if (name != expected.first || index != expected.second) {
-          throw std::runtime_error(message("unexpected port data name when parsing the models: ",
-                                           port_data_name_text(name, index)));
-        }
+        expect_port_data_name(expected, "unexpected port data name when parsing the models: ");
         model.set(expected, read_scalar_model(tokens_).get());
       }
       if (propagation_constant_) {
@@ -355,10 +355,7 @@ void parse_port_names_ascii(std::string_view data, std::vector<std::string>& nam
 }  // namespace detail
 
 bool is_ascii(const char* path) {
-  const detail::File file = detail::open_for_reading(path);
-  char head[detail::kvx::kMagicSize];
-  const std::size_t got = std::fread(head, 1, sizeof head, file.get());
-  return detail::has_ascii_magic(std::string_view(head, got));
+  return detail::has_ascii_magic(detail::load_head(path, detail::kvx::kMagicSize));
 }
 
 void read_ascii(SMatrixContainer& container, const char* path) {

@@ -99,15 +99,10 @@ class AsciiWriter {
   void container(const SMatrixContainer& c);
 
  private:
-  [[noreturn]] static void unsupported(const ScalarModel& model) {
-    throw std::runtime_error(message("ascii io for scalar model ",
-                                     static_cast<std::int32_t>(model.type()), " not supported"));
-  }
+  static constexpr const char* kWhat = "ascii io";
   template <class Model>
   static const Model& as(const ScalarModel& model) {
-    const auto* concrete = dynamic_cast<const Model*>(&model);
-    if (concrete == nullptr) unsupported(model);
-    return *concrete;
+    return concrete_model<Model>(model, kWhat);
   }
 
   void properties(const SMatrixContainer::PropertyMap& map) {
@@ -189,7 +184,7 @@ void AsciiWriter::scalar_model(const ScalarModel& model) {
       return;
     }
     default:
-      unsupported(model);
+      unsupported_scalar_model(kWhat, model.type());
   }
 }
 

@@ -240,7 +240,7 @@ std::unique_ptr<ScalarModel> read_scalar_model(BinaryCursor& cursor) {
                          std::move(subtraction_freqs));
     }
     default:
-      throw std::runtime_error(message("binary read for scalar model ", code, " not supported"));
+      unsupported_scalar_model("binary read", code);
   }
 }
 
@@ -266,10 +266,7 @@ void parse_port_names_binary(std::string_view data, std::vector<std::string>& na
 }  // namespace detail
 
 bool is_binary(const char* path) {
-  const detail::File file = detail::open_for_reading(path);
-  char head[detail::kvx::kMagicSize];
-  const std::size_t got = std::fread(head, 1, sizeof head, file.get());
-  return detail::has_binary_magic(std::string_view(head, got));
+  return detail::has_binary_magic(detail::load_head(path, detail::kvx::kMagicSize));
 }
 
 void read_binary(SMatrixContainer& container, const char* path) {

@@ -55,15 +55,10 @@ class BinaryWriter {
   void container(const SMatrixContainer& c);
 
  private:
-  [[noreturn]] static void unsupported(const ScalarModel& model) {
-    throw std::runtime_error(message("binary write for scalar model ",
-                                     static_cast<std::int32_t>(model.type()), " not supported"));
-  }
+  static constexpr const char* kWhat = "binary write";
   template <class Model>
   static const Model& as(const ScalarModel& model) {
-    const auto* concrete = dynamic_cast<const Model*>(&model);
-    if (concrete == nullptr) unsupported(model);
-    return *concrete;
+    return concrete_model<Model>(model, kWhat);
   }
 
   void properties(const SMatrixContainer::PropertyMap& map) {
@@ -116,7 +111,7 @@ void BinaryWriter::scalar_model(const ScalarModel& model) {
       return;
     }
     default:
-      unsupported(model);
+      unsupported_scalar_model(kWhat, model.type());
   }
 }
 

@@ -79,4 +79,8 @@ void check_pole_zero_counts(std::size_t poles, std::size_t residues) {
   }
 }
 
+void unsupported_scalar_model(const char* what, std::int32_t code) {
+  throw std::runtime_error(message(what, " for scalar model ", code, " not supported"));
+}
+
 }  // namespace korvantix::detail

@@ -4,6 +4,7 @@
 
 #include <complex>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -65,6 +66,19 @@ void check_pole_zero_counts(std::size_t poles, std::size_t residues);
 /// n * per_item bytes fit into `available` (no overflow).
 constexpr bool fits(std::uint64_t n, std::uint64_t per_item, std::uint64_t available) noexcept {
   return per_item == 0 || n <= available / per_item;
+}
+
+/// Throws std::runtime_error "<what> for scalar model <code> not supported", where what names
+/// the reader or writer ("ascii io", "binary write", "binary read").
+[[noreturn]] void unsupported_scalar_model(const char* what, std::int32_t code);
+
+/// The concrete class that a scalar model's type code names, reached by a checked downcast: a
+/// foreign class that borrows a library code is refused as an unsupported model.
+template <class Model>
+const Model& concrete_model(const ScalarModel& model, const char* what) {
+  const auto* concrete = dynamic_cast<const Model*>(&model);
+  if (concrete == nullptr) unsupported_scalar_model(what, model.type());
+  return *concrete;
 }
 
 }  // namespace korvantix::detail

@@ -225,6 +225,13 @@ File open_for_writing(const char* path) {
   return file;
 }
 
+std::string load_head(const char* path, std::size_t size) {
+  const File file = open_for_reading(path);
+  std::string head(size, '\0');
+  head.resize(std::fread(head.data(), 1, size, file.get()));
+  return head;
+}
+
 std::string load_file(const char* path) {
   const File file = open_for_reading(path);
   std::string out;

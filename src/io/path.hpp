@@ -29,6 +29,9 @@ File open_for_reading(const char* path);
 File open_for_writing(const char* path);
 /// The whole file. Throws as open_for_reading does, also when the file cannot be read.
 std::string load_file(const char* path);
+/// The first `size` bytes of the file (fewer when it is shorter), for telling formats apart.
+/// Throws as open_for_reading does.
+std::string load_head(const char* path, std::size_t size);
 
 /// Strict UTF-8 to UTF-16: overlong forms, encoded surrogates, code points above U+10FFFF and
 /// cut sequences throw std::range_error("bad conversion").
