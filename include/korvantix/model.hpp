@@ -139,6 +139,8 @@ class KORVANTIX_API SMatrixModel : public SMatrixEvaluator {
                                          bool includeEndpoints) const;
 
  private:
+  // Whole-sample evaluation outside the band: std::out_of_range "<f> not in [<from> , <to>]".
+  void check_in_band(double frequency) const;
   friend class SMatrixContainer;
 
   // Port i becomes port p[i]; every model is cloned. No checks: p must be a permutation.

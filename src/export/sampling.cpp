@@ -46,6 +46,25 @@ struct RankOrder {
   }
 };
 
+// Every sample frequency and every model band edge. A NaN sample frequency compares false with
+// everything, so what the set holds then depends on the order of insertion: each caller keeps
+// the order it has always used.
+enum InsertionOrder { SamplesFirst, ModelsFirst };
+std::set<double> discrete_set(const SMatrixContainer& c, InsertionOrder order) {
+  std::set<double> all;
+  const auto add_samples = [&] {
+    for (auto it = c.begin_samples(); it != c.end_samples(); ++it)
+      all.insert(it->frequency());
+  };
+  if (order == SamplesFirst) add_samples();
+  for (auto it = c.begin_models(); it != c.end_models(); ++it) {
+    all.insert(it->from());
+    all.insert(it->to());
+  }
+  if (order == ModelsFirst) add_samples();
+  return all;
+}
+
 }  // namespace
 
 std::string unsupported_sampling_type(SamplingType type) {
@@ -285,25 +304,12 @@ std::vector<double> SMatrixModel::sample_frequencies(std::size_t n, SamplingType
 }
 
 std::vector<double> SMatrixContainer::discrete_frequencies() const {
-  std::set<double> all;
-  for (auto it = begin_samples(); it != end_samples(); ++it)
-    all.insert(it->frequency());
-  for (const SMatrixModel& m : models_) {
-    all.insert(m.from());
-    all.insert(m.to());
-  }
+  const std::set<double> all = detail::discrete_set(*this, detail::SamplesFirst);
   return {all.begin(), all.end()};
 }
 
 std::size_t SMatrixContainer::minNbSamples() const {
-  std::set<double> all;
-  for (const SMatrixModel& m : models_) {
-    all.insert(m.from());
-    all.insert(m.to());
-  }
-  for (auto it = begin_samples(); it != end_samples(); ++it)
-    all.insert(it->frequency());
-  return all.size();
+  return detail::discrete_set(*this, detail::ModelsFirst).size();
 }
 
 std::vector<double> SMatrixContainer::sample_frequencies(std::size_t n, SamplingType type,
@@ -315,13 +321,7 @@ std::vector<double> SMatrixContainer::sample_frequencies(std::size_t n, Sampling
     throw std::runtime_error(
         detail::message("Unable to obtain ", n, " samples:\n", "The container is empty"));
   }
-  std::set<double> all;
-  for (auto it = begin_samples(); it != end_samples(); ++it)
-    all.insert(it->frequency());
-  for (const SMatrixModel& m : models_) {
-    all.insert(m.from());
-    all.insert(m.to());
-  }
+  const std::set<double> all = detail::discrete_set(*this, detail::SamplesFirst);
   const double lo = fmin ? *fmin : *all.begin();
   const double hi = fmax ? *fmax : *all.rbegin();
   std::vector<double> kept;

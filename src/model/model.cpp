@@ -150,10 +150,14 @@ void SMatrixModel::setFrequencyRange(double from, double to) {
   to_ = to;
 }
 
-SMatrixSample SMatrixModel::evaluate(double frequency, InterpolationType) const {
+void SMatrixModel::check_in_band(double frequency) const {
   if (!(from_ <= frequency && frequency <= to_)) {
     throw std::out_of_range(detail::message(frequency, " not in [", from_, " , ", to_, "]"));
   }
+}
+
+SMatrixSample SMatrixModel::evaluate(double frequency, InterpolationType) const {
+  check_in_band(frequency);
   const std::size_t n = nb_ports_;
   SMatrixSample sample(n, frequency, port_data_names());
   for (std::size_t i = 0; i < n; ++i) {
@@ -167,9 +171,7 @@ SMatrixSample SMatrixModel::evaluate(double frequency, InterpolationType) const 
 }
 
 SMatrixSample SMatrixModel::evaluate_symm(double frequency, InterpolationType) const {
-  if (!(from_ <= frequency && frequency <= to_)) {
-    throw std::out_of_range(detail::message(frequency, " not in [", from_, " , ", to_, "]"));
-  }
+  check_in_band(frequency);
   const std::size_t n = nb_ports_;
   SMatrixSample sample(n, frequency, port_data_names());
   for (std::size_t i = 0; i < n; ++i) {
