@@ -10,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
-#include <map>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -72,8 +71,10 @@ class KORVANTIX_API SMatrixEvaluator {
 /// and an ordered table of named per-port complex values (the port data).
 class KORVANTIX_API SMatrixSample : public SMatrixEvaluator {
  public:
-  /// The port data: key to value, in key order.
-  using PortData = std::map<PortDataName, std::complex<double>>;
+  /// The port data: (key, value) pairs sorted by key, each key once. A sorted vector rather than
+  /// a node-based map: a sample holds a handful of entries and is copied and built in bulk (one
+  /// allocation instead of one per entry, and lookups over contiguous keys).
+  using PortData = std::vector<std::pair<PortDataName, std::complex<double>>>;
   /// Read-only iteration over the port data.
   using port_data_iterator = PortData::const_iterator;
 

@@ -1,6 +1,7 @@
 #include <korvantix/evaluator.hpp>
 #include <korvantix/model.hpp>
 
+#include <algorithm>
 #include <limits>
 #include <stdexcept>
 #include <utility>
@@ -34,6 +35,17 @@ std::size_t matrix_size(std::size_t nb_ports) {
   return nb_ports * nb_ports;
 }
 
+bool key_less(const std::pair<PortDataName, std::complex<double>>& entry, const PortDataName& key) {
+  return entry.first < key;
+}
+
+// The entry under `key`, or null. Entries are sorted by key.
+template <class PortData>
+auto find_entry(PortData& data, const PortDataName& key) -> decltype(&data.front()) {
+  auto it = std::lower_bound(data.begin(), data.end(), key, key_less);
+  return it != data.end() && it->first == key ? &*it : nullptr;
+}
+
 }  // namespace
 
 SMatrixEvaluator::~SMatrixEvaluator() = default;
@@ -59,8 +71,17 @@ SMatrixSample::SMatrixSample(std::size_t nbPorts, double frequency)
 SMatrixSample::SMatrixSample(std::size_t nbPorts, double frequency,
                              const std::vector<PortDataName>& names)
     : SMatrixSample(nbPorts, frequency) {
+  port_data_.reserve(names.size());
   for (const PortDataName& key : names)
-    port_data_.emplace(key, std::complex<double>());
+    port_data_.emplace_back(key, std::complex<double>());
+  // Lists handed over by a container are sorted and unique already; anything else is put in
+  // order here, a repeated name kept once.
+  auto by_key = [](const auto& a, const auto& b) { return a.first < b.first; };
+  if (!std::is_sorted(port_data_.begin(), port_data_.end(), by_key)) {
+    std::sort(port_data_.begin(), port_data_.end(), by_key);
+  }
+  auto same_key = [](const auto& a, const auto& b) { return a.first == b.first; };
+  port_data_.erase(std::unique(port_data_.begin(), port_data_.end(), same_key), port_data_.end());
 }
 
 SMatrixSample::SMatrixSample(const SMatrixSample& other) = default;
@@ -128,15 +149,15 @@ SMatrixSample SMatrixSample::evaluate(double frequency, InterpolationType) const
 }
 
 std::complex<double>& SMatrixSample::operator()(const PortDataName& key) {
-  auto it = port_data_.find(key);
-  if (it == port_data_.end()) throw_not_available(key);
-  return it->second;
+  auto* entry = find_entry(port_data_, key);
+  if (entry == nullptr) throw_not_available(key);
+  return entry->second;
 }
 
 const std::complex<double>& SMatrixSample::operator()(const PortDataName& key) const {
-  auto it = port_data_.find(key);
-  if (it == port_data_.end()) throw_not_available(key);
-  return it->second;
+  const auto* entry = find_entry(port_data_, key);
+  if (entry == nullptr) throw_not_available(key);
+  return entry->second;
 }
 
 void SMatrixSample::set(const PortDataName& key, const std::complex<double>& value) {
@@ -180,7 +201,7 @@ SMatrixSample SMatrixSample::permute(const std::vector<std::size_t>& p) const {
       result.s_[p[i] * n + p[j]] = s_[i * n + j];
   }
   for (const auto& entry : port_data_) {
-    result.port_data_[{entry.first.first, p[entry.first.second]}] = entry.second;
+    result({entry.first.first, p[entry.first.second]}) = entry.second;
   }
   return result;
 }
