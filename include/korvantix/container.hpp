@@ -5,6 +5,7 @@
 /// names, port-data names and string properties, evaluated at any frequency.
 
 #include <korvantix/config.hpp>
+#include <korvantix/detail/node_arena.hpp>
 #include <korvantix/evaluator.hpp>
 #include <korvantix/model.hpp>
 
@@ -67,7 +68,7 @@ struct SampleOrder {
   }
 };
 
-using SampleSet = std::set<StoredSample, SampleOrder>;
+using SampleSet = std::set<StoredSample, SampleOrder, ArenaAllocator<StoredSample>>;
 using ModelSet = std::set<SMatrixModel, SMatrixModel::less_freq>;
 
 }  // namespace detail

@@ -37,8 +37,8 @@ std::vector<double> BinaryCursor::real_list() {
 
 std::vector<std::complex<double>> BinaryCursor::complex_list() {
   const std::size_t n = count(sizeof(std::complex<double>));
-  std::vector<std::complex<double>> values(n);
-  complexes(values.data(), n);
+  std::vector<std::complex<double>> values;
+  complexes(values, n);
   return values;
 }
 

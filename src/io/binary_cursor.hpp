@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -55,10 +56,13 @@ class BinaryCursor {
   std::vector<double> real_list();
   /// A counted list of complex values.
   std::vector<std::complex<double>> complex_list();
-  /// n complex values into out (which holds at least n).
-  void complexes(std::complex<double>* out, std::size_t n) {
+  /// Replaces the contents of out by the next n complex values.
+  void complexes(std::vector<std::complex<double>>& out, std::size_t n) {
     need_items(n, sizeof(std::complex<double>));
-    bytes(out, n * sizeof(std::complex<double>));
+    // Constructed straight from the bytes: a resize would first write n zeros over them.
+    const Complexes first(pos_);
+    pos_ += n * sizeof(std::complex<double>);
+    out.assign(first, Complexes(pos_));
   }
 
  private:
@@ -69,6 +73,38 @@ class BinaryCursor {
     if (n > remaining() / item_bytes) truncated();
   }
   [[noreturn]] static void truncated();
+
+  // The complex values stored from p on, not necessarily aligned, each loaded with memcpy.
+  class Complexes {
+   public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = std::complex<double>;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const std::complex<double>*;
+    using reference = std::complex<double>;
+
+    Complexes() = default;
+    explicit Complexes(const char* p) noexcept : p_(p) {}
+    std::complex<double> operator*() const noexcept {
+      double parts[2];
+      std::memcpy(parts, p_, sizeof parts);
+      return {parts[0], parts[1]};
+    }
+    Complexes& operator++() noexcept {
+      p_ += sizeof(std::complex<double>);
+      return *this;
+    }
+    Complexes operator++(int) noexcept {
+      Complexes before = *this;
+      ++*this;
+      return before;
+    }
+    bool operator==(const Complexes& other) const noexcept { return p_ == other.p_; }
+    bool operator!=(const Complexes& other) const noexcept { return p_ != other.p_; }
+
+   private:
+    const char* p_ = nullptr;
+  };
 
   const char* pos_;
   const char* end_;

@@ -3,6 +3,7 @@
 #include <korvantix/container.hpp>
 #include <korvantix/io.hpp>
 
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -128,6 +129,7 @@ class BinaryReader {
   void read_samples(SMatrixContainer& container) {
     const std::size_t n = cursor_.count(kSampleBytes);
     const std::size_t ports = nb_ports_;
+    std::optional<SMatrixSample> blank;
     for (std::size_t k = 0; k < n; ++k) {
       const double f = cursor_.f64();
       const std::size_t entries = cursor_.count(kComplexBytes);
@@ -135,13 +137,22 @@ class BinaryReader {
       const bool square =
           ports == 0 ? entries == 0 : entries % ports == 0 && entries / ports == ports;
       if (!square) bad_list(entries, "S-matrix");
-      SMatrixSample sample = grammar_.has_port_data_names
-                                 ? SMatrixSample(ports, f, port_data_names_)
-                                 : SMatrixSample(ports, f);
-      cursor_.complexes(sample.S().data(), entries);
+      // Samples start as copies of one blank that carries the port-data keys, so they are not
+      // ordered again for every sample. The blank holds no S-matrix and no impedances (each
+      // sample gets them straight from the file) and is made once the file has shown room
+      // for its matrix.
+      if (!blank) {
+        blank = grammar_.has_port_data_names ? SMatrixSample(ports, 0.0, port_data_names_)
+                                             : SMatrixSample(ports, 0.0);
+        blank->S() = {};
+        blank->Zref() = {};
+      }
+      SMatrixSample sample(*blank);
+      sample.setFrequency(f);
+      cursor_.complexes(sample.S(), entries);
       const std::size_t impedances = cursor_.count(kComplexBytes);
       if (impedances != ports) bad_list(impedances, "Zref");
-      cursor_.complexes(sample.Zref().data(), ports);
+      cursor_.complexes(sample.Zref(), ports);
       for (const PortDataName& name : port_data_names_)
         sample.set(name, cursor_.complex());
       container.add(std::move(sample));

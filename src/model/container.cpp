@@ -19,7 +19,7 @@ bool conforms(Iterator first, Iterator last, const std::vector<PortDataName>& na
   if (static_cast<std::size_t>(std::distance(first, last)) != names.size()) return false;
   auto name = names.begin();
   for (; first != last; ++first, ++name) {
-    if (first->first != *name) return false;
+    if (first->first.second != name->second || first->first.first != name->first) return false;
   }
   return true;
 }
@@ -175,7 +175,7 @@ void SMatrixContainer::reset(std::size_t nbPorts, const std::vector<PortDataName
   // The maps keep their indices: after a change of port count the former global map is found
   // at its old index, now as a port's map. This is deliberate and kept.
   properties_.resize(nbPorts + 1);
-  samples_.clear();
+  clear_samples();
   models_.clear();
   port_data_names_ = std::move(sorted);
 }
@@ -323,7 +323,9 @@ void SMatrixContainer::clear_properties() {
 }
 
 void SMatrixContainer::clear_samples() {
-  samples_.clear();
+  // A fresh set rather than clear(): the nodes' arena goes with the old one, and a moved-from
+  // container stops sharing the arena its samples went to.
+  samples_ = detail::SampleSet();
 }
 
 void SMatrixContainer::clear_models() {
@@ -334,7 +336,7 @@ void SMatrixContainer::clear() {
   clear_global_properties();
   for (std::size_t i = 0; i < nb_ports_; ++i)
     properties_[i].clear();
-  samples_.clear();
+  clear_samples();
   models_.clear();
 }
 

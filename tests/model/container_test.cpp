@@ -338,6 +338,41 @@ TEST(ContainerCopy, DeepCopyCloneAndMove) {
   EXPECT_EQ(c, original);
 }
 
+TEST(ContainerCopy, EveryContainerOwnsTheMemoryOfItsSamples) {
+  // Samples live in blocks owned by their container: copies, the targets of moves and
+  // moved-from containers must each stay usable when the others change or go away. Enough
+  // samples to span several blocks; the sanitizer build catches any shared or freed block.
+  auto filled = [](std::size_t n, double offset) {
+    SMatrixContainer c(1);
+    for (std::size_t k = 0; k < n; ++k)
+      c.add(SMatrixSample(1, offset + static_cast<double>(n - k)));
+    return c;
+  };
+  auto copy = std::make_unique<SMatrixContainer>(filled(300, 0.0));
+  SMatrixContainer kept = *copy;
+  SMatrixContainer assigned = filled(5, 1000.0);
+  assigned = *copy;
+  copy.reset();
+  EXPECT_EQ(kept, assigned);
+  EXPECT_EQ(kept.nbSamples(), 300u);
+  EXPECT_EQ(sample_frequencies_of(kept).back(), 300.0);
+
+  SMatrixContainer moved(std::move(kept));
+  for (int k = 0; k < 100; ++k) {
+    kept.add(SMatrixSample(0, 500.0 + k));
+    moved.add(SMatrixSample(1, 500.0 + k));
+  }
+  EXPECT_EQ(kept.nbSamples(), 100u);
+  EXPECT_EQ(moved.nbSamples(), 400u);
+
+  moved.clear_samples();
+  moved.add(SMatrixSample(1, 1.0));
+  assigned = std::move(moved);
+  EXPECT_EQ(sample_frequencies_of(assigned), std::vector<double>{1.0});
+  EXPECT_EQ(moved.nbSamples(), 0u);
+  moved.add(SMatrixSample(0, 2.0));
+  EXPECT_EQ(sample_frequencies_of(moved), std::vector<double>{2.0});
+}
 TEST(ContainerSamples, AddingAnRvalueTakesTheSampleOverOnlyOnSuccess) {
   SMatrixContainer c(1);
   SMatrixSample first(1, 1e9);
