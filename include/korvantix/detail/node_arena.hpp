@@ -82,8 +82,10 @@ class NodeArena {
 };
 
 /// Allocator drawing single nodes from a NodeArena shared by its copies and rebinds. A copied
-/// container gets an arena of its own; copy assignment keeps the target's arena and a move
-/// takes the source's along with its nodes, so no two containers in use share one.
+/// container gets an arena of its own, copy assignment keeps the target's arena, and a move
+/// takes the source's along with its nodes. The moved-from container still shares that arena
+/// until it is given a fresh one (assigning it a new, empty container does), which owners that
+/// let moved-from objects be used again must do.
 template <class T>
 class ArenaAllocator {
  public:
