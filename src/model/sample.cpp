@@ -90,8 +90,8 @@ SMatrixSample::SMatrixSample(std::size_t nbPorts, double frequency,
   if (!std::is_sorted(port_data_.begin(), port_data_.end(), by_key)) {
     std::sort(port_data_.begin(), port_data_.end(), by_key);
   }
-  auto same_key = [](const auto& a, const auto& b) { return a.first == b.first; };
-  port_data_.erase(std::unique(port_data_.begin(), port_data_.end(), same_key), port_data_.end());
+  auto same = [](const auto& a, const auto& b) { return same_key(a.first, b.first); };
+  port_data_.erase(std::unique(port_data_.begin(), port_data_.end(), same), port_data_.end());
 }
 
 SMatrixSample::SMatrixSample(const SMatrixSample& other) = default;
