@@ -103,26 +103,23 @@ std::size_t peak_of_read(const std::string& bytes, Variant variant) {
   SMatrixContainer container;
   std::vector<std::string> names;
   const std::size_t before = g_current;
-  g_peak = g_current;
-  try {
-    if (variant == Variant::Ascii) {
-      detail::parse_ascii(bytes, container);
-    } else {
-      detail::parse_binary(bytes, container);
+  auto peak_of = [&](auto read) {
+    g_peak = g_current;
+    try {
+      read();
+    } catch (const std::runtime_error&) {
     }
-  } catch (const std::runtime_error&) {
-  }
-  std::size_t peak = g_peak - before;
-  g_peak = g_current;
-  try {
-    if (variant == Variant::Ascii) {
-      detail::parse_port_names_ascii(bytes, names);
-    } else {
-      detail::parse_port_names_binary(bytes, names);
-    }
-  } catch (const std::runtime_error&) {
-  }
-  return std::max(peak, g_peak - before);
+    return g_peak - before;
+  };
+  const bool ascii = variant == Variant::Ascii;
+  const std::size_t whole = peak_of([&] {
+    ascii ? detail::parse_ascii(bytes, container) : detail::parse_binary(bytes, container);
+  });
+  const std::size_t port_names = peak_of([&] {
+    ascii ? detail::parse_port_names_ascii(bytes, names)
+          : detail::parse_port_names_binary(bytes, names);
+  });
+  return std::max(whole, port_names);
 }
 
 std::size_t ceiling(std::size_t file_size) {
