@@ -35,7 +35,7 @@ py::array_t<Complex, py::array::c_style> complex_array(py::handle obj, const cha
 RealArray to_array(const std::vector<double>& values);
 /// A new complex array holding values.
 ComplexArray to_array(const std::vector<Complex>& values);
-/// A path from str or os.PathLike, as UTF-8.
+/// A path from str, bytes or os.PathLike, as the bytes the file system sees.
 std::string path_of(py::handle obj);
 /// The text an object prints with operator<<.
 template <typename T>

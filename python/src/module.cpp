@@ -104,7 +104,9 @@ ComplexArray to_array(const std::vector<Complex>& values) {
 }
 
 std::string path_of(py::handle obj) {
-  return py::str(py::module_::import("os").attr("fspath")(obj)).cast<std::string>();
+  // os.fsencode gives the bytes the file system sees (str through the file system encoding,
+  // bytes unchanged), so a path that is not UTF-8 reaches the library's own check.
+  return py::module_::import("os").attr("fsencode")(obj).cast<std::string>();
 }
 
 }  // namespace korvantix::python
