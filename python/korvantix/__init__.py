@@ -15,6 +15,8 @@ __all__ = [
     "SMatrixEvaluator", "SMatrixContainer", "SMatrixModel", "ScalarModel", "PolynomialModel",
     "RationalModel", "PoleZeroModel", "SparameterSplineModel", "StaticTableModel",
     "read", "write", "identify", "distance", "max_distance", "to_skrf", "from_skrf",
+    "s_to_z", "z_to_s", "s_to_y", "y_to_s", "s_to_h", "h_to_s", "s_to_g", "g_to_s",
+    "s_to_abcd", "abcd_to_s", "renormalize",
 ]
 
 

@@ -216,3 +216,26 @@ def max_distance(a: SMatrixEvaluator, b: SMatrixEvaluator, freqs: npt.ArrayLike,
 @overload
 def max_distance(a: ScalarModel, b: ScalarModel,
                  freqs: npt.ArrayLike) -> Tuple[float, float, int, int]: ...
+
+def s_to_z(matrices: npt.ArrayLike, zref: npt.ArrayLike = 50.0) -> ComplexArray:
+    """Impedance parameters of S; matrices (N, N) or (F, N, N), zref a number, (N,) or (F, N)."""
+def z_to_s(matrices: npt.ArrayLike, zref: npt.ArrayLike = 50.0) -> ComplexArray:
+    """Scattering parameters of Z."""
+def s_to_y(matrices: npt.ArrayLike, zref: npt.ArrayLike = 50.0) -> ComplexArray:
+    """Admittance parameters of S."""
+def y_to_s(matrices: npt.ArrayLike, zref: npt.ArrayLike = 50.0) -> ComplexArray:
+    """Scattering parameters of Y."""
+def s_to_h(matrices: npt.ArrayLike, zref: npt.ArrayLike = 50.0) -> ComplexArray:
+    """Hybrid parameters of a 2-port S."""
+def h_to_s(matrices: npt.ArrayLike, zref: npt.ArrayLike = 50.0) -> ComplexArray:
+    """Scattering parameters of a 2-port H."""
+def s_to_g(matrices: npt.ArrayLike, zref: npt.ArrayLike = 50.0) -> ComplexArray:
+    """Inverse hybrid parameters of a 2-port S."""
+def g_to_s(matrices: npt.ArrayLike, zref: npt.ArrayLike = 50.0) -> ComplexArray:
+    """Scattering parameters of a 2-port G."""
+def s_to_abcd(matrices: npt.ArrayLike, zref: npt.ArrayLike = 50.0) -> ComplexArray:
+    """Chain (ABCD) parameters of a 2-port S."""
+def abcd_to_s(matrices: npt.ArrayLike, zref: npt.ArrayLike = 50.0) -> ComplexArray:
+    """Scattering parameters of a 2-port ABCD."""
+def renormalize(container: SMatrixContainer, zref: npt.ArrayLike) -> SMatrixContainer:
+    """A copy with every sample referred to the impedances zref (N,)."""

@@ -50,5 +50,6 @@ void bind_model(py::module_& m);
 void bind_container(py::module_& m);
 void bind_io(py::module_& m);
 void bind_compare(py::module_& m);
+void bind_network(py::module_& m);
 
 }  // namespace korvantix::python

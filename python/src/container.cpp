@@ -279,18 +279,23 @@ void bind_container(py::module_& m) {
       .def("load_random_pole_zero_models", &C::load_random_pole_zero_models, py::arg("fmin"),
            py::arg("fmax"), py::arg("nb_poles"), py::arg("nb_zeros"),
            "Adds a reproducible random stable pole-zero model over [fmin, fmax].")
-      .def("add_global_property", &C::add_global_property, py::arg("key"), py::arg("value"))
+      .def("add_global_property", &C::add_global_property, py::arg("key"), py::arg("value"),
+           "Sets a global property. RuntimeError \"invalid property key=<key>, val=<value>\" "
+           "for an empty key.")
       .def("add_port_property", &C::add_port_property, py::arg("port"), py::arg("key"),
-           py::arg("value"))
+           py::arg("value"),
+           "Sets a property of a port (port N: the global map). IndexError \"invalid vector "
+           "subscript\" for port > N.")
       .def(
           "global_properties", [](const C& c) { return c.get_global_properties(); },
           "The global properties as a dict.")
       .def(
           "port_properties", [](const C& c, std::size_t i) { return c.get_port_properties(i); },
           py::arg("port"), "The properties of a port as a dict.")
-      .def("clear_samples", &C::clear_samples)
-      .def("clear_models", &C::clear_models)
-      .def("__eq__", &C::operator==, py::is_operator())
+      .def("clear_samples", &C::clear_samples, "Drops every sample.")
+      .def("clear_models", &C::clear_models, "Drops every model.")
+      .def("__eq__", &C::operator==, py::is_operator(),
+           "Exact equality of ports, names, properties, samples and models.")
       .def("__copy__", [](const C& c) { return C(c); })
       .def(
           "__deepcopy__", [](const C& c, py::dict) { return C(c); }, py::arg("memo"))

@@ -164,4 +164,5 @@ PYBIND11_MODULE(_korvantix, m) {
   korvantix::python::bind_container(m);
   korvantix::python::bind_io(m);
   korvantix::python::bind_compare(m);
+  korvantix::python::bind_network(m);
 }
