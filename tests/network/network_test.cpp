@@ -163,6 +163,7 @@ Matrix test_s(std::size_t n) {
   return s;
 }
 
+// The last complex reference has a negative resistance: the waves divide by sqrt|R|.
 TEST(Network, RoundTrips) {
   const Zs real{50, 75, 25, 100}, complex{C(50, 20), C(30, -10), C(75, 5), C(-10, -40)};
   for (const Zs* refs : {&real, &complex}) {
@@ -205,6 +206,10 @@ TEST(Network, SingularMatricesGiveNonFiniteEntries) {
     for (C v : c.got)
       EXPECT_FALSE(finite(v)) << c.name;
   }
+  // A matched port beside an open one keeps its own impedance.
+  const Matrix z = s_to_z({1, 0, 0, 0}, {50, 50});
+  EXPECT_FALSE(finite(z[0]));
+  EXPECT_NEAR(std::abs(z[3] - 50.0), 0.0, 1e-13);
 }
 
 TEST(Network, WrongSizes) {
