@@ -28,8 +28,8 @@ py::object convert(Conversion conversion, py::handle matrices, py::handle zref_o
   const ComplexArray m = single
                              ? complex_array(a, "matrix", {ports, ports}, "(N, N)")
                              : complex_array(a, "matrices", {f_count, ports, ports}, "(F, N, N)");
-  py::array z = py::array::ensure(zref_obj);
-  const py::ssize_t zref_dims = z ? z.ndim() : 1;
+  const py::array zref_probe = py::array::ensure(zref_obj);
+  const py::ssize_t zref_dims = zref_probe ? zref_probe.ndim() : 1;
   PyErr_Clear();
   ComplexArray zref;
   if (zref_dims == 0) {
