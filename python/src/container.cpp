@@ -20,12 +20,10 @@ namespace korvantix::python {
 namespace {
 
 // From this many frequencies on, MAG_PHASE evaluation goes through the container's threaded
-// load; below it, starting the worker threads costs more than they save.
+// load; below it, starting the worker threads costs more than they save. One load over the
+// whole list measured faster than loads over chunks of a few megabytes, which would spare the
+// fresh pages of load's samples but wait for the slowest worker once per chunk.
 constexpr std::size_t kBulkThreshold = 64;
-// load returns one heap-allocated sample per frequency. On 200,000 frequencies that is 64 MB
-// of fresh pages for a 4-port, and faulting them in costs as much as the evaluation itself;
-// chunks of about 4 MB reuse the same memory and start the workers a few dozen times only.
-constexpr std::size_t kChunkBytes = std::size_t{4} << 20;
 
 void copy_s(const SMatrixSample& s, std::size_t n, Complex* dst) {
   if (s.S().size() != n * n) {
@@ -42,19 +40,11 @@ void evaluate_into(const SMatrixContainer& c, const std::vector<double>& freqs, 
                    Complex* dst) {
   const std::size_t n = c.nbPorts();
   if (t == MAG_PHASE && freqs.size() >= kBulkThreshold) {
-    const std::size_t chunk =
-        std::max(kBulkThreshold, kChunkBytes / (sizeof(Complex) * (n * n + n) + 1));
-    std::vector<double> part;
     std::vector<SMatrixSample> samples;
-    for (std::size_t first = 0; first < freqs.size(); first += chunk) {
-      const std::size_t last = std::min(freqs.size(), first + chunk);
-      part.assign(freqs.begin() + static_cast<std::ptrdiff_t>(first),
-                  freqs.begin() + static_cast<std::ptrdiff_t>(last));
-      c.load(part, samples, 0);
-      for (const SMatrixSample& s : samples) {
-        copy_s(s, n, dst);
-        dst += n * n;
-      }
+    c.load(freqs, samples, 0);
+    for (const SMatrixSample& s : samples) {
+      copy_s(s, n, dst);
+      dst += n * n;
     }
     return;
   }
