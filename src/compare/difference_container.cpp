@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "compare/entry_difference.hpp"
+#include "compare/difference.hpp"
 #include "detail/message.hpp"
 
 namespace korvantix {

@@ -1,12 +1,15 @@
 #include <korvantix/compare.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstddef>
+#include <limits>
 #include <stdexcept>
+#include <typeinfo>
 #include <vector>
 
-#include "compare/entry_difference.hpp"
+#include "compare/difference.hpp"
 #include "detail/message.hpp"
 
 namespace korvantix {
@@ -23,47 +26,86 @@ void check_port_counts(std::size_t na, std::size_t nb) {
 
 namespace {
 
-using detail::entry_difference;
-
 void check_frequencies(const std::vector<double>& frequencies) {
   if (frequencies.empty()) throw std::runtime_error("no frequencies to compare at");
 }
 
-// Root mean square of the entry differences offered to it.
+// Root mean square of the magnitudes of the differences offered to it, accumulated scaled by
+// the largest component seen so far: a plain sum of squares would overflow for differences
+// above 1e154 and lose those below 1e-154, and std::abs per entry costs more than the rest of a
+// comparison of stored samples. The scale changes only when a larger component comes, so the
+// common entry costs two multiplications and two additions.
 class Rms {
  public:
-  void offer(double d, double, std::size_t, std::size_t) {
-    sum_of_squares_ += d * d;
+  void offer(const std::complex<double>& d, double, std::size_t, std::size_t) {
     ++count_;
+    const double x = std::fabs(d.real());
+    const double y = std::fabs(d.imag());
+    if (!(x <= scale_ && y <= scale_)) {  // a larger component, or a NaN
+      if (std::isnan(x) || std::isnan(y)) {
+        nan_ = true;
+        return;
+      }
+      const double m = std::max(x, y);
+      if (std::isinf(m)) {
+        inf_ = true;
+        return;
+      }
+      // Subnormal components are scaled as if by the smallest normal number, so that the
+      // inverse stays finite (it is then a power of two and the products are exact).
+      const double scale = std::max(m, std::numeric_limits<double>::min());
+      const double r = scale_ / scale;
+      sum_ *= r * r;
+      scale_ = scale;
+      inverse_ = 1.0 / scale;
+    }
+    const double u = x * inverse_;
+    const double v = y * inverse_;
+    sum_ += u * u + v * v;
   }
   // No entry at all (networks without ports) differs by nothing.
   double result() const {
-    return count_ == 0 ? 0.0 : std::sqrt(sum_of_squares_ / static_cast<double>(count_));
+    if (nan_) return std::numeric_limits<double>::quiet_NaN();
+    if (inf_) return std::numeric_limits<double>::infinity();
+    if (count_ == 0 || sum_ == 0.0) return 0.0;
+    return scale_ * std::sqrt(sum_ / static_cast<double>(count_));
   }
 
  private:
-  double sum_of_squares_ = 0.0;
+  double scale_ = 0.0;
+  double inverse_ = 0.0;  // 1 / scale_, and 0 while every difference so far is 0
+  double sum_ = 0.0;
   std::size_t count_ = 0;
+  bool nan_ = false;
+  bool inf_ = false;
 };
 
-// The largest entry difference offered and where it was offered first.
+// The largest magnitude of the differences offered and where it was offered first.
 class Worst {
  public:
   explicit Worst(double first_frequency) : at_{0.0, {first_frequency, 0, 0}} {}
-  void offer(double d, double f, std::size_t i, std::size_t j) {
+  void offer(const std::complex<double>& d, double f, std::size_t i, std::size_t j) {
+    // |d| <= sqrt(2) max(|re|, |im|): an entry whose bound stays below the largest magnitude so
+    // far cannot replace it and needs no exact magnitude. The factor lies above sqrt(2) by far
+    // more than the rounding of either side. Once the largest is a NaN nothing passes this test.
+    constexpr double kAboveSqrt2 = 1.4142136;
+    const double x = std::fabs(d.real());
+    const double y = std::fabs(d.imag());
+    if (x * kAboveSqrt2 < largest_ && y * kAboveSqrt2 < largest_) return;
+    if (std::isnan(largest_)) return;  // a NaN held is never displaced: its first location stays
+    const double m = std::abs(d);
     // Only a strictly larger value moves the location, so ties keep the first one in scan
-    // order. A NaN beats every number and, once held, is never displaced (every comparison
-    // with it is false), which keeps its first location.
-    if (!seen_ || d > at_.first || (std::isnan(d) && !std::isnan(at_.first))) {
-      at_ = {d, {f, i, j}};
-      seen_ = true;
+    // order; a NaN beats every number.
+    if (m > largest_ || std::isnan(m)) {
+      largest_ = m;
+      at_ = {m, {f, i, j}};
     }
   }
   const DistanceLocation& result() const { return at_; }
 
  private:
   DistanceLocation at_;
-  bool seen_ = false;
+  double largest_ = -1.0;  // below every magnitude, so the first entry is always taken
 };
 
 // Offers the differences of the S entries of two samples of n ports, row by row, as found at
@@ -79,7 +121,7 @@ void offer_samples(const SMatrixSample& a, const SMatrixSample& b, double f, Tal
   for (std::size_t i = 0; i < n; ++i) {
     for (std::size_t j = 0; j < n; ++j) {
       const std::size_t k = i * n + j;
-      tally.offer(entry_difference(sa[k], sb[k]), f, i, j);
+      tally.offer(detail::difference(sa[k], sb[k]), f, i, j);
     }
   }
 }
@@ -93,20 +135,56 @@ void tally_models(const ScalarModel& a, const ScalarModel& b,
   a.evaluate(frequencies, va, work);
   b.evaluate(frequencies, vb, work);
   for (std::size_t k = 0; k < frequencies.size(); ++k)
-    tally.offer(entry_difference(va[k], vb[k]), frequencies[k], 0, 0);
+    tally.offer(detail::difference(va[k], vb[k]), frequencies[k], 0, 0);
 }
+
+// The sample of one evaluator at each frequency of a list. Comparing two networks measured or
+// simulated at the same frequencies asks a container for its stored samples, and evaluate
+// would copy each one (two allocations) only for the copy to be read once. A plain container
+// without models answers such a frequency with the stored sample itself, exactly as evaluate
+// does (models would come first), so that sample is read in place. It is found by a cursor that
+// only moves forward: a list in increasing order, the usual one, costs one walk over the
+// samples; any other frequency is evaluated, into the same reused sample each time.
+class SampleSource {
+ public:
+  explicit SampleSource(const SMatrixEvaluator& e) : evaluator_(e) {
+    // A class derived from the container may evaluate otherwise: only the container itself.
+    if (typeid(e) == typeid(SMatrixContainer)) {
+      const auto& c = static_cast<const SMatrixContainer&>(e);
+      if (c.nbModels() == 0) {
+        container_ = &c;
+        cursor_ = c.begin_samples();
+      }
+    }
+  }
+
+  const SMatrixSample& at(double f, InterpolationType t) {
+    if (container_) {
+      const auto end = container_->end_samples();
+      while (cursor_ != end && cursor_->frequency() < f)
+        ++cursor_;
+      if (cursor_ != end && cursor_->frequency() == f) return *cursor_;
+    }
+    evaluated_ = evaluator_.evaluate(f, t);
+    return evaluated_;
+  }
+
+ private:
+  const SMatrixEvaluator& evaluator_;
+  const SMatrixContainer* container_ = nullptr;
+  SMatrixContainer::SampleIterator cursor_;
+  SMatrixSample evaluated_;
+};
 
 template <class Tally>
 void tally_evaluators(const SMatrixEvaluator& a, const SMatrixEvaluator& b,
                       const std::vector<double>& frequencies, InterpolationType t, Tally& tally) {
   check_frequencies(frequencies);
   detail::check_port_counts(a.nbPorts(), b.nbPorts());
-  // Moved into rather than declared per frequency: the only allocations left are those
-  // evaluate itself makes for the samples it returns.
-  SMatrixSample sa, sb;
+  SampleSource source_a(a), source_b(b);
   for (const double f : frequencies) {
-    sa = a.evaluate(f, t);
-    sb = b.evaluate(f, t);
+    const SMatrixSample& sa = source_a.at(f, t);
+    const SMatrixSample& sb = source_b.at(f, t);
     offer_samples(sa, sb, f, tally);
   }
 }

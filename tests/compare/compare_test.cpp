@@ -137,6 +137,29 @@ TEST(Distance, EvaluatorsAtListedFrequencies) {
                    "4e+09 Hz does not belong to [1e+09, 3e+09] Hz");
 }
 
+TEST(Distance, FrequenciesInAnyOrderAgreeWithAReferenceLoop) {
+  const Pair p;
+  SMatrixContainer with_model = p.b;  // a model makes the container evaluate every frequency
+  with_model.add(SMatrixModel(3, 3.5e9, 4e9));
+  const std::vector<double> freqs = {3e9, 1e9, 2e9, 2e9, 1.25e9, 3e9, 1e9, 2.75e9};
+  for (const SMatrixContainer* b : {&p.b, static_cast<const SMatrixContainer*>(&with_model)}) {
+    double sum = 0.0, largest = -1.0;
+    Where at;
+    for (const double f : freqs) {
+      const SMatrixSample sa = p.a.evaluate(f, MAG_PHASE), sb = b->evaluate(f, MAG_PHASE);
+      for (std::size_t i = 0; i < 3; ++i) {
+        for (std::size_t j = 0; j < 3; ++j) {
+          const double d = std::abs(sa(i, j) - sb(i, j));
+          sum += d * d;
+          if (d > largest) std::tie(largest, at) = std::make_tuple(d, Where(f, i, j));
+        }
+      }
+    }
+    EXPECT_DOUBLE_EQ(distance(p.a, *b, freqs), std::sqrt(sum / (9.0 * 8.0)));
+    EXPECT_EQ(max_distance(*b, p.a, freqs), DistanceLocation(largest, at));
+  }
+}
+
 TEST(Distance, RefusalsComeBeforeAnyEvaluation) {
   // Both containers are empty, so any evaluation would throw "empty container".
   const SMatrixContainer two(2), three(3), other_two(2);

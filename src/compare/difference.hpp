@@ -15,11 +15,6 @@ inline std::complex<double> difference(const std::complex<double>& a,
   return a - b;
 }
 
-// |a - b| by the same rule.
-inline double entry_difference(const std::complex<double>& a, const std::complex<double>& b) {
-  return std::abs(difference(a, b));
-}
-
 // Throws std::runtime_error "cannot compare networks of <na> and <nb> ports" when they differ.
 void check_port_counts(std::size_t na, std::size_t nb);
 
