@@ -3,7 +3,8 @@
 A 4-port container of 100,000 samples is evaluated at 200,000 frequencies. Rows, each the
 median of interleaved rounds (wall clock):
   python      c.evaluate(freqs, kvx.MAG_PHASE), numpy array in, (F, 4, 4) complex128 out
-  c++         SMatrixContainer::load at the same frequencies, timed inside C++
+  c++         SMatrixContainer::load at the same frequencies, timed inside C++ (the
+              library's threaded bulk evaluation, as a C++ user calls it)
   numpy       numpy's magnitude/phase interpolation of the same data (np.interp per entry on
               magnitude and unwrapped phase, precomputed once like the container's polar cache)
   numpy-vec   the same rule with one searchsorted for all entries

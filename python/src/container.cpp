@@ -4,12 +4,17 @@
 #include <korvantix/model.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <exception>
+#include <mutex>
 #include <numeric>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -19,11 +24,10 @@ namespace korvantix::python {
 
 namespace {
 
-// From this many frequencies on, MAG_PHASE evaluation goes through the container's threaded
-// load; below it, starting the worker threads costs more than they save. One load over the
-// whole list measured faster than loads over chunks of a few megabytes, which would spare the
-// fresh pages of load's samples but wait for the slowest worker once per chunk.
-constexpr std::size_t kBulkThreshold = 64;
+// Frequencies per worker below which starting another thread costs more than it saves, and
+// the block a worker takes at a time (sorted queries stay neighbours within a block).
+constexpr std::size_t kPerWorker = 256;
+constexpr std::size_t kBlock = 512;
 
 void copy_s(const SMatrixSample& s, std::size_t n, Complex* dst) {
   if (s.S().size() != n * n) {
@@ -35,23 +39,61 @@ void copy_s(const SMatrixSample& s, std::size_t n, Complex* dst) {
   std::copy(s.S().begin(), s.S().end(), dst);
 }
 
-// S at every frequency into dst (F * N * N entries), the GIL released by the caller.
+// S at every frequency into dst (F * N * N entries), on worker threads for long lists; the GIL
+// is released by the caller. The container's own bulk evaluation, load, evaluates the same
+// way (evaluate_symm for a symmetric container, which gives the same values, only faster),
+// but keeps one heap-allocated sample per frequency until the end: on 200,000 frequencies of
+// a 4-port that is 64 MB of fresh pages and 600,000 frees, and writing each sample straight
+// into the array measured faster. Failures are those of the lowest failing list position,
+// as in a plain loop, whatever the thread that meets one first.
 void evaluate_into(const SMatrixContainer& c, const std::vector<double>& freqs, InterpolationType t,
                    Complex* dst) {
   const std::size_t n = c.nbPorts();
-  if (t == MAG_PHASE && freqs.size() >= kBulkThreshold) {
-    std::vector<SMatrixSample> samples;
-    c.load(freqs, samples, 0);
-    for (const SMatrixSample& s : samples) {
-      copy_s(s, n, dst);
-      dst += n * n;
+  const std::size_t count = freqs.size();
+  const bool symmetric = c.is_symmetric();
+  std::atomic<std::size_t> next{0};
+  std::atomic<std::size_t> limit{count};  // nothing at or above a failed position is needed
+  std::mutex error_mutex;
+  std::size_t error_position = count;
+  std::exception_ptr error;
+
+  const auto work = [&]() noexcept {
+    for (;;) {
+      const std::size_t first = next.fetch_add(kBlock);
+      if (first >= limit.load()) return;
+      const std::size_t last = std::min(first + kBlock, count);
+      for (std::size_t k = first; k < last && k < limit.load(); ++k) {
+        try {
+          copy_s(symmetric ? c.evaluate_symm(freqs[k], t) : c.evaluate(freqs[k], t), n,
+                 dst + k * n * n);
+        } catch (...) {
+          const std::lock_guard<std::mutex> lock(error_mutex);
+          if (k < error_position) {
+            error_position = k;
+            error = std::current_exception();
+            limit.store(k);
+          }
+          return;
+        }
+      }
     }
-    return;
+  };
+
+  const std::size_t workers =
+      std::min<std::size_t>(std::max(1u, std::thread::hardware_concurrency()),
+                            std::max<std::size_t>(1, count / kPerWorker));
+  std::vector<std::thread> threads;
+  for (std::size_t k = 1; k < workers; ++k) {
+    try {
+      threads.emplace_back(work);
+    } catch (const std::system_error&) {
+      break;  // the threads already running share the work all the same
+    }
   }
-  for (double f : freqs) {
-    copy_s(c.evaluate(f, t), n, dst);
-    dst += n * n;
-  }
+  work();
+  for (std::thread& thread : threads)
+    thread.join();
+  if (error) std::rethrow_exception(error);
 }
 
 py::object evaluate(const SMatrixContainer& c, py::handle freqs_obj, InterpolationType t) {

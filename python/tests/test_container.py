@@ -87,11 +87,17 @@ def test_bulk_evaluation_equals_frequency_by_frequency():
     rng = np.random.default_rng(3)
     f = np.sort(rng.uniform(1e9, 5e9, 50))
     c, _, _ = two_port(freqs=f)
-    q = np.concatenate([rng.uniform(f[0], f[-1], 500), f[:3]])  # unsorted, stored ones too
-    bulk = c.evaluate(q, kvx.MAG_PHASE)  # threaded path
+    q = np.concatenate([rng.uniform(f[0], f[-1], 2000), f[:3]])  # unsorted, stored ones too
+    bulk = c.evaluate(q, kvx.MAG_PHASE)  # on worker threads
     one_by_one = np.array([c.evaluate(x, kvx.MAG_PHASE) for x in q])
     assert np.array_equal(bulk, one_by_one)
     assert c.evaluate([], kvx.MAG_PHASE).shape == (0, 2, 2)
+    # Across worker threads the error is that of the first failing position in the list.
+    q = np.linspace(f[0], f[-1], 20000)
+    q[15000:] = 9e9
+    q[7777] = 0.5e9
+    with pytest.raises(RuntimeError, match=r"^5e\+08 Hz does not belong to \[1\.\d+e\+09, 4\.\d+e\+09\] Hz$"):
+        c.evaluate(q, kvx.REAL_IMAG)
 
 
 @pytest.mark.parametrize("call, error, message", [
