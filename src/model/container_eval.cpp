@@ -10,6 +10,7 @@
 
 #include "detail/message.hpp"
 #include "model/interpolation.hpp"
+#include "model/storage.hpp"
 
 namespace korvantix {
 
@@ -332,48 +333,52 @@ const char* modal_name(ModalPortParameterType m) {
 
 double SMatrixContainer::from() const {
   if (empty()) throw std::runtime_error("empty container");
-  if (samples_.empty()) return models_.begin()->from();
-  if (models_.empty()) return samples_.begin()->sample.frequency();
-  return std::min(models_.begin()->from(), samples_.begin()->sample.frequency());
+  const SampleSet& samples = storage_->samples;
+  const ModelSet& models = storage_->models;
+  if (samples.empty()) return models.begin()->from();
+  if (models.empty()) return samples.begin()->sample.frequency();
+  return std::min(models.begin()->from(), samples.begin()->sample.frequency());
 }
 
 double SMatrixContainer::to() const {
   if (empty()) throw std::runtime_error("empty container");
-  if (samples_.empty()) return models_.rbegin()->to();
-  if (models_.empty()) return samples_.rbegin()->sample.frequency();
-  return std::max(models_.rbegin()->to(), samples_.rbegin()->sample.frequency());
+  const SampleSet& samples = storage_->samples;
+  const ModelSet& models = storage_->models;
+  if (samples.empty()) return models.rbegin()->to();
+  if (models.empty()) return samples.rbegin()->sample.frequency();
+  return std::max(models.rbegin()->to(), samples.rbegin()->sample.frequency());
 }
 
 bool SMatrixContainer::is_symmetric() const {
-  for (const StoredSample& s : samples_) {
+  for (const StoredSample& s : storage_->samples) {
     if (!s.sample.is_symmetric()) return false;
   }
-  for (const SMatrixModel& m : models_) {
+  for (const SMatrixModel& m : storage_->models) {
     if (!m.is_symmetric()) return false;
   }
   return true;
 }
 
 SMatrixSample SMatrixContainer::evaluate(double f, InterpolationType t) const {
-  return query(*this, models_, samples_, f, WholeSample{false, t});
+  return query(*this, storage_->models, storage_->samples, f, WholeSample{false, t});
 }
 
 SMatrixSample SMatrixContainer::evaluate_symm(double f, InterpolationType t) const {
-  return query(*this, models_, samples_, f, WholeSample{true, t});
+  return query(*this, storage_->models, storage_->samples, f, WholeSample{true, t});
 }
 
 std::complex<double> SMatrixContainer::operator()(double f, std::size_t i, std::size_t j,
                                                   InterpolationType t) const {
-  return query(*this, models_, samples_, f, SEntry(t, i, j));
+  return query(*this, storage_->models, storage_->samples, f, SEntry(t, i, j));
 }
 
 std::complex<double> SMatrixContainer::operator()(double f, const PortDataName& key,
                                                   InterpolationType t) const {
-  return query(*this, models_, samples_, f, PortDatum(t, key));
+  return query(*this, storage_->models, storage_->samples, f, PortDatum(t, key));
 }
 
 std::complex<double> SMatrixContainer::Zref(double f, std::size_t i, InterpolationType t) const {
-  return query(*this, models_, samples_, f, ZrefEntry(t, i));
+  return query(*this, storage_->models, storage_->samples, f, ZrefEntry(t, i));
 }
 
 std::complex<double> SMatrixContainer::modalParameter(double f, std::size_t port,
@@ -385,18 +390,18 @@ std::complex<double> SMatrixContainer::modalParameter(double f, std::size_t port
 std::vector<std::complex<double>> SMatrixContainer::operator()(const std::vector<double>& freqs,
                                                                std::size_t i, std::size_t j,
                                                                InterpolationType t) const {
-  return query_each(*this, models_, samples_, freqs, SEntry(t, i, j));
+  return query_each(*this, storage_->models, storage_->samples, freqs, SEntry(t, i, j));
 }
 
 std::vector<std::complex<double>> SMatrixContainer::operator()(const std::vector<double>& freqs,
                                                                const PortDataName& key,
                                                                InterpolationType t) const {
-  return query_each(*this, models_, samples_, freqs, PortDatum(t, key));
+  return query_each(*this, storage_->models, storage_->samples, freqs, PortDatum(t, key));
 }
 
 std::vector<std::complex<double>> SMatrixContainer::Zref(const std::vector<double>& freqs,
                                                          std::size_t i, InterpolationType t) const {
-  return query_each(*this, models_, samples_, freqs, ZrefEntry(t, i));
+  return query_each(*this, storage_->models, storage_->samples, freqs, ZrefEntry(t, i));
 }
 
 }  // namespace korvantix

@@ -2,12 +2,13 @@
 
 // The element rule of the container's interpolation between a lower and an upper neighbour.
 
-#include <korvantix/container.hpp>
 #include <korvantix/evaluator.hpp>
 
 #include <cmath>
 #include <complex>
 #include <cstddef>
+
+#include "model/storage.hpp"
 
 namespace korvantix::detail {
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "detail/message.hpp"
+#include "model/storage.hpp"
 
 namespace korvantix {
 
@@ -69,11 +70,11 @@ SMatrixContainer SMatrixContainer::permute(const std::vector<std::size_t>& p) co
     for (const auto& [key, value] : properties_[i])
       result.add_port_property(p[i], key, value);
   }
-  for (const detail::StoredSample& stored : samples_) {
+  for (const detail::StoredSample& stored : storage_->samples) {
     check_maps_into(p, stored.sample.nbPorts());
     result.add(stored.sample.permute(p));
   }
-  for (const SMatrixModel& model : models_) {
+  for (const SMatrixModel& model : storage_->models) {
     check_maps_into(p, model.nbPorts());
     result.add(model.permute(p));
   }
