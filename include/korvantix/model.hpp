@@ -148,6 +148,9 @@ class KORVANTIX_API SMatrixModel : public SMatrixEvaluator {
 
   double from_ = 0.0;
   double to_ = 0.0;
+  // The body of evaluate and evaluate_symm; the symmetric form reads the upper triangle and
+  // mirrors it.
+  SMatrixSample evaluate_at(double frequency, bool symmetric) const;
   std::vector<ScalarModelPtr> s_;
   std::vector<ScalarModelPtr> zref_;
   PortData port_data_;

@@ -1,7 +1,6 @@
 #include "detail/output_buffer.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
 #include "detail/number_format.hpp"
@@ -78,16 +77,13 @@ void OutputBuffer::scientific(double x, int precision) {
     return;
   }
   ensure(number_room(kMaxDirectPrecision));
-  char* const first = pos_;
-  pos_ = write_scientific(pos_, x, kMaxDirectPrecision);
-  if (!std::isfinite(x)) return;
-  // Past 767 significant digits a double has only zeros left: move the exponent behind them.
-  char* const exponent = std::find(first, pos_, 'e');
+  const ScientificText written = write_scientific_padded(pos_, x, precision);
+  // The exponent moves behind the zeros.
   char tail[8];
-  const auto tail_size = static_cast<std::size_t>(pos_ - exponent);
-  std::memcpy(tail, exponent, tail_size);
-  pos_ = exponent;
-  zeros(static_cast<std::size_t>(precision - kMaxDirectPrecision));
+  const auto tail_size = static_cast<std::size_t>(written.last - written.exponent);
+  std::memcpy(tail, written.exponent, tail_size);
+  pos_ = written.exponent;
+  zeros(written.zeros);
   raw(tail, tail_size);
 }
 

@@ -1,5 +1,6 @@
 #include <korvantix/container.hpp>
 #include <korvantix/export.hpp>
+#include <korvantix/version.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -76,6 +77,23 @@ void append_ctime(std::string& out, std::time_t t) {
 }
 
 void check_port_count(const SMatrixSample& sample, std::size_t n) {
+std::string written_by(const char* comment, const char* after_name, char between, std::time_t now) {
+  std::string stamp = comment;
+  stamp += "Written by ";
+  stamp += libname();
+  stamp += after_name;
+  stamp += std::to_string(major_version());
+  stamp += between;
+  stamp += std::to_string(minor_version());
+  stamp += between;
+  stamp += std::to_string(patchlevel());
+  stamp += '\n';
+  stamp += comment;
+  stamp += "Date : ";
+  append_ctime(stamp, now);
+  return stamp;
+}
+
   if (sample.nbPorts() != n) {
     throw std::runtime_error(message("S-matrix sample at ", sample.frequency(), " Hz has ",
                                      sample.nbPorts(), " ports, the container has ", n));

@@ -1,7 +1,6 @@
 #include <korvantix/container.hpp>
 #include <korvantix/evaluator.hpp>
 #include <korvantix/export.hpp>
-#include <korvantix/version.hpp>
 
 #include <complex>
 #include <cstddef>
@@ -21,16 +20,6 @@ namespace {
 // Header numbers are written as a stream with default flags prints them, before the data
 // precision is set.
 constexpr int kHeaderPrecision = 6;
-
-void put_version(detail::OutputBuffer& out) {
-  out.put(libname());
-  out.put(' ');
-  out.put(std::to_string(major_version()));
-  out.put('.');
-  out.put(std::to_string(minor_version()));
-  out.put('.');
-  out.put(std::to_string(patchlevel()));
-}
 
 void put_entry(detail::OutputBuffer& out, const std::complex<double>& z, int precision) {
   out.scientific(z.real(), precision);
@@ -136,13 +125,10 @@ void TouchstoneAccess::write(TouchstoneFile& file, std::time_t now) {
           "Cannot set the reference impedance for all ports, use touchstone file format version "
           "2 instead.");
     }
-    std::string date;
-    append_ctime(date, now);
-    out.put("! Touchstone file version 1.1\n! Written by ");
-    put_version(out);
-    out.put("\n! Date : ");
+    const std::string stamp = written_by("! ", " ", '.', now);
+    out.put("! Touchstone file version 1.1\n");
     // The date ends in its own newline, which opens the option line.
-    out.put(date);
+    out.put(stamp);
     out.put("# Hz S RI R ");
     out.general(common, kHeaderPrecision);
   } else {

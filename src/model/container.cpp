@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "detail/facts.hpp"
 #include "detail/message.hpp"
 #include "model/storage.hpp"
 
@@ -317,12 +318,12 @@ SMatrixContainer::ModelIterator SMatrixContainer::end_models() const {
 }
 
 std::string& SMatrixContainer::name(std::size_t i) {
-  if (i >= port_names_.size()) throw std::runtime_error("port index out of bounds");
+  if (i >= port_names_.size()) detail::throw_port_out_of_bounds();
   return port_names_[i];
 }
 
 const std::string& SMatrixContainer::name(std::size_t i) const {
-  if (i >= port_names_.size()) throw std::runtime_error("port index out of bounds");
+  if (i >= port_names_.size()) detail::throw_port_out_of_bounds();
   return port_names_[i];
 }
 

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "detail/facts.hpp"
 #include "detail/message.hpp"
 #include "model/interpolation.hpp"
 #include "model/storage.hpp"
@@ -108,10 +109,6 @@ Located locate(const ModelSet& models, const SampleSet& samples, double f) {
 [[noreturn]] void throw_outside(const SMatrixContainer& container, double f) {
   throw std::runtime_error(detail::message(f, " Hz does not belong to [", container.from(), ", ",
                                            container.to(), "] Hz"));
-}
-
-[[noreturn]] void throw_bad_port() {
-  throw std::runtime_error("port index out of bounds");
 }
 
 // The search shared by every form. A Form supplies: Neighbour (what a lower or upper neighbour
@@ -264,7 +261,7 @@ struct SEntry : EntryForm<SEntry> {
   SEntry(InterpolationType type, std::size_t row, std::size_t column)
       : EntryForm<SEntry>{type}, i(row), j(column) {}
   void check(std::size_t n) const {
-    if (i >= n || j >= n) throw_bad_port();
+    if (i >= n || j >= n) detail::throw_port_out_of_bounds();
   }
   std::complex<double> of_model(const SMatrixModel& m, double f) const {
     check(m.nbPorts());
@@ -283,11 +280,11 @@ struct ZrefEntry : EntryForm<ZrefEntry> {
   std::size_t i;
   ZrefEntry(InterpolationType type, std::size_t port) : EntryForm<ZrefEntry>{type}, i(port) {}
   std::complex<double> of_model(const SMatrixModel& m, double f) const {
-    if (i >= m.nbPorts()) throw_bad_port();
+    if (i >= m.nbPorts()) detail::throw_port_out_of_bounds();
     return m.Zref(f, i);
   }
   std::complex<double> of_sample(const SMatrixSample& s) const {
-    if (i >= s.nbPorts()) throw_bad_port();
+    if (i >= s.nbPorts()) detail::throw_port_out_of_bounds();
     return s.Zref(i);
   }
   const Polar* cached(const StoredSample& s) const { return s.polar() + s.sample.S().size() + i; }
@@ -315,24 +312,10 @@ std::vector<std::complex<double>> query_each(const SMatrixContainer& container,
   return values;
 }
 
-const char* modal_name(ModalPortParameterType m) {
-  switch (m) {
-    case Zpi:
-      return "Zpi";
-    case Zpv:
-      return "Zpv";
-    case Zvi:
-      return "Zvi";
-    case Gamma:
-      return "Gamma";
-  }
-  throw std::runtime_error("modalParameter: unknown modalPortParameter");
-}
-
 }  // namespace
 
 double SMatrixContainer::from() const {
-  if (empty()) throw std::runtime_error("empty container");
+  if (empty()) detail::throw_empty_container();
   const SampleSet& samples = storage_->samples;
   const ModelSet& models = storage_->models;
   if (samples.empty()) return models.begin()->from();
@@ -341,7 +324,7 @@ double SMatrixContainer::from() const {
 }
 
 double SMatrixContainer::to() const {
-  if (empty()) throw std::runtime_error("empty container");
+  if (empty()) detail::throw_empty_container();
   const SampleSet& samples = storage_->samples;
   const ModelSet& models = storage_->models;
   if (samples.empty()) return models.rbegin()->to();
@@ -384,7 +367,7 @@ std::complex<double> SMatrixContainer::Zref(double f, std::size_t i, Interpolati
 std::complex<double> SMatrixContainer::modalParameter(double f, std::size_t port,
                                                       ModalPortParameterType m,
                                                       InterpolationType t) const {
-  return (*this)(f, PortDataName(modal_name(m), port), t);
+  return (*this)(f, detail::modal_key(port, m), t);
 }
 
 std::vector<std::complex<double>> SMatrixContainer::operator()(const std::vector<double>& freqs,

@@ -8,14 +8,10 @@
 #include <complex>
 #include <cstddef>
 
+#include "detail/facts.hpp"
 #include "model/storage.hpp"
 
 namespace korvantix::detail {
-
-// The literal constants of the phase unwrapping; M_PI is not portable and a computed pi could
-// differ in its last bit.
-inline constexpr double kPi = 3.141592653589793;
-inline constexpr double kTwoPi = 6.283185307179586;
 
 // The polar form exactly as the container caches it for every stored entry.
 inline Polar polar_of(const std::complex<double>& z) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "detail/facts.hpp"
 #include "detail/message.hpp"
 #include "model/storage.hpp"
 
@@ -13,17 +14,13 @@ namespace korvantix {
 
 namespace {
 
-[[noreturn]] void throw_bad_port() {
-  throw std::runtime_error("port index out of bounds");
-}
-
 // Sample and model permutations trust p blindly. A container may hold an item whose port count
 // differs from its own (add does not compare them), so each item is checked to map its ports
 // into itself before it is handed over.
 void check_maps_into(const std::vector<std::size_t>& p, std::size_t n) {
-  if (n > p.size()) throw_bad_port();
+  if (n > p.size()) detail::throw_port_out_of_bounds();
   for (std::size_t i = 0; i < n; ++i) {
-    if (p[i] >= n) throw_bad_port();
+    if (p[i] >= n) detail::throw_port_out_of_bounds();
   }
 }
 
@@ -55,12 +52,13 @@ SMatrixContainer SMatrixContainer::permute(const std::vector<std::size_t>& p) co
   remapped.reserve(port_data_names_.size());
   for (const PortDataName& key : port_data_names_) {
     // A port-data index need not name an existing port; it cannot be remapped then.
-    if (key.second >= p.size()) throw_bad_port();
+    if (key.second >= p.size()) detail::throw_port_out_of_bounds();
     remapped.emplace_back(key.first, p[key.second]);
   }
   SMatrixContainer result(nbPorts(), remapped);
   for (std::size_t i = 0; i < p.size(); ++i) {
-    if (i >= port_names_.size() || p[i] >= result.port_names_.size()) throw_bad_port();
+    if (i >= port_names_.size() || p[i] >= result.port_names_.size())
+      detail::throw_port_out_of_bounds();
     // Two source ports of one name land on the same result port: the later one wins.
     result.port_names_[p[i]] = port_names_[i];
   }
