@@ -147,10 +147,10 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
   /// failure s is left untouched.
   void add(SMatrixSample&& s);
   /// Adds a deep copy of m.
-  /// Throws std::runtime_error "invalid frequency range [<from> , <to>]" for from > to,
-  /// "Port data of S-model and S-container must be identical\n  model: <keys>\n  container:
-  /// <names>" for other port-data keys, and "S-matrix model at [<from> , <to>] Hz overlaps
-  /// with an existing model at [<from> , <to>] Hz" naming the lowest overlapped model.
+  /// Throws std::runtime_error "Port data of S-model and S-container must be identical\n
+  /// model: <keys>\n  container: <names>" for other port-data keys, and "S-matrix model at
+  /// [<from> , <to>] Hz overlaps with an existing model at [<from> , <to>] Hz" naming the
+  /// lowest overlapped model.
   void add(const SMatrixModel& m);
   /// As add(const SMatrixModel&), taking the model's scalar models over instead of cloning
   /// them. On failure m is left untouched.

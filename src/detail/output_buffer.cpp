@@ -18,7 +18,6 @@ OutputBuffer::~OutputBuffer() {
     flush();
   } catch (...) {
     // A string sink that cannot grow any more: the text is lost, as a failing file write is.
-    ok_ = false;
   }
 }
 
@@ -28,14 +27,14 @@ void OutputBuffer::drain() {
   if (size == 0) return;
   if (sink_ != nullptr) {
     sink_->append(data_.get(), size);
-  } else if (std::fwrite(data_.get(), 1, size, file_) != size) {
-    ok_ = false;
+  } else {
+    std::fwrite(data_.get(), 1, size, file_);
   }
 }
 
 void OutputBuffer::flush() {
   drain();
-  if (file_ != nullptr && std::fflush(file_) != 0) ok_ = false;
+  if (file_ != nullptr) std::fflush(file_);
 }
 
 void OutputBuffer::raw(const void* data, std::size_t size) {
@@ -45,8 +44,8 @@ void OutputBuffer::raw(const void* data, std::size_t size) {
     drain();
     if (sink_ != nullptr) {
       sink_->append(bytes, size);
-    } else if (std::fwrite(bytes, 1, size, file_) != size) {
-      ok_ = false;
+    } else {
+      std::fwrite(bytes, 1, size, file_);
     }
     return;
   }

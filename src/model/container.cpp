@@ -157,10 +157,6 @@ detail::SampleSet::const_iterator sample_position(const detail::SampleSet& sampl
 detail::ModelSet::const_iterator model_position(const detail::ModelSet& models,
                                                 const std::vector<PortDataName>& names,
                                                 const SMatrixModel& m) {
-  if (m.from() > m.to()) {
-    throw std::runtime_error(
-        detail::message("invalid frequency range [", m.from(), " , ", m.to(), "]"));
-  }
   if (!conforms(m.begin_port_data(), m.end_port_data(), names)) {
     std::string text = "Port data of S-model and S-container must be identical\n  model:";
     append_keys(text, m.begin_port_data(), m.end_port_data());

@@ -152,9 +152,6 @@ std::pair<double, std::size_t> optimal_switch_frequency(const std::vector<double
 }
 
 std::vector<double> fill_gaps(const std::vector<double>& kept, std::size_t n, SamplingType type) {
-  if (type != Linear && type != Logarithmic) {
-    throw std::runtime_error(unsupported_sampling_type(type));
-  }
   const std::size_t gap_count = kept.size() - 1;
   const std::size_t extra = n - kept.size();
   const double extra_d = static_cast<double>(extra);
