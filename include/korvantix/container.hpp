@@ -263,7 +263,9 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
   /// frequency, n >= 2), "Unable to obtain <n> samples:\nThe container is empty"; errors of
   /// evaluation propagate.
   std::vector<double> sample_frequencies_adaptively(std::size_t n) const;
-  /// A fixed decade grid of whole-hertz frequencies inside the container's band.
+  /// A decade grid of whole-hertz frequencies inside the container's band, ascending: ten
+  /// points per decade down from min(to, 1e9 Hz) to 1e4 Hz, one per decade down from
+  /// min(to, 1e4 Hz) to 1 Hz. Throws std::runtime_error "empty container".
   std::vector<double> lf_sample_frequencies() const;
 
   /// Evaluates the container at every frequency of freqs on nbThreads worker threads (0: the

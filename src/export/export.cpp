@@ -25,7 +25,8 @@ void check_export_format(ExportFormat format) {
   }
 }
 
-// Construct, set path, set version: the order the entry points always follow.
+// Construct, set path, set version: the entry points behave exactly as that sequence of public
+// TouchstoneFile calls does.
 TouchstoneFile make_touchstone(const SMatrixContainer& c, const char* path, ExportFormat format) {
   TouchstoneFile file(c);
   file.setPath(path != nullptr ? path : "");
@@ -76,7 +77,6 @@ void append_ctime(std::string& out, std::time_t t) {
   out += '\n';
 }
 
-void check_port_count(const SMatrixSample& sample, std::size_t n) {
 std::string written_by(const char* comment, const char* after_name, char between, std::time_t now) {
   std::string stamp = comment;
   stamp += "Written by ";
@@ -94,6 +94,7 @@ std::string written_by(const char* comment, const char* after_name, char between
   return stamp;
 }
 
+void check_port_count(const SMatrixSample& sample, std::size_t n) {
   if (sample.nbPorts() != n) {
     throw std::runtime_error(message("S-matrix sample at ", sample.frequency(), " Hz has ",
                                      sample.nbPorts(), " ports, the container has ", n));

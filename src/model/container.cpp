@@ -16,7 +16,7 @@ namespace korvantix {
 
 namespace {
 
-// The item's keys, walked in map order, must match the container's sorted names one by one.
+// The item's keys, taken in map order, must match the container's sorted names one by one.
 template <class Iterator>
 bool conforms(Iterator first, Iterator last, const std::vector<PortDataName>& names) {
   if (static_cast<std::size_t>(std::distance(first, last)) != names.size()) return false;
@@ -257,8 +257,9 @@ void SMatrixContainer::reset(std::size_t nbPorts, const std::vector<PortDataName
   port_names_.resize(nbPorts);
   for (std::size_t i = 0; i < nbPorts; ++i)
     port_names_[i] = "port_" + std::to_string(i);
-  // The maps keep their indices: after a change of port count the former global map is found
-  // at its old index, now as a port's map. This is deliberate and kept.
+  // The maps keep their indices rather than their roles: after a change of port count the
+  // former global map is the map of port <old N>, and the global map is whatever stands at
+  // index N (a fresh empty map when the count grew).
   properties_.resize(nbPorts + 1);
   clear_samples();
   clear_models();

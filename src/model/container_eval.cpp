@@ -63,8 +63,9 @@ using detail::Polar;
 using detail::SampleSet;
 using detail::StoredSample;
 
-// Where f falls: inside a model's band, on a stored sample, or between neighbours. The
-// pointers name the same items the front-to-back walks over both sets would stop at.
+// Where f falls: inside a model's band, on a stored sample, or between neighbours: the lowest
+// model whose band reaches up to f, and the lowest sample at or above f, with their
+// predecessors.
 struct Located {
   const SMatrixModel* model_hit = nullptr;
   const StoredSample* sample_hit = nullptr;
@@ -76,12 +77,12 @@ struct Located {
 
 Located locate(const ModelSet& models, const SampleSet& samples, double f) {
   Located at;
-  // A NaN compares false with everything: the walks find neither a hit nor anything above.
+  // A NaN compares false with everything: it has neither a hit nor anything above.
   if (std::isnan(f)) return at;
   if (!models.empty()) {
     // Stored bands never overlap, so their upper edges strictly increase. Against the
     // single-point probe [f, f] a model compares lower exactly when its upper edge is below f,
-    // so lower_bound yields the first model with f <= to(): where the walk stops.
+    // so lower_bound yields the lowest model with f <= to().
     const auto m = models.lower_bound(SMatrixModel(0, f, f));
     if (m != models.end()) {
       if (m->from() <= f) {
@@ -94,7 +95,7 @@ Located locate(const ModelSet& models, const SampleSet& samples, double f) {
   }
   const auto s = samples.lower_bound(f);
   // The extra test keeps a lone NaN-frequency sample (which lower_bound returns for any f)
-  // from counting as "above": the walk's f <= frequency is false for it.
+  // from counting as "above": f <= NaN is false.
   if (s != samples.end() && f <= s->sample.frequency()) {
     if (s->sample.frequency() <= f) {
       at.sample_hit = &*s;
@@ -133,7 +134,7 @@ typename Form::Value query(const SMatrixContainer& container, const ModelSet& mo
   double f_lower = 0.0;
   double f_upper = 0.0;
   // Model edges are evaluated as soon as they are found, even when a sample displaces them
-  // below: an edge whose evaluation throws fails the query just as the reference walk does.
+  // below: an edge whose evaluation throws fails the query even when a nearer sample exists.
   if (at.model_above) {
     f_upper = at.model_above->from();
     form.set_edge(upper, *at.model_above, f_upper);

@@ -47,8 +47,8 @@ struct RankOrder {
 };
 
 // Every sample frequency and every model band edge. A NaN sample frequency compares false with
-// everything, so what the set holds then depends on the order of insertion: each caller keeps
-// the order it has always used.
+// everything, so what the set holds then depends on the order of insertion: the plans insert
+// the samples first, minNbSamples the models first, and with a NaN sample the two may differ.
 enum InsertionOrder { SamplesFirst, ModelsFirst };
 std::set<double> discrete_set(const SMatrixContainer& c, InsertionOrder order) {
   std::set<double> all;

@@ -15,7 +15,7 @@ namespace {
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 
 [[noreturn]] void throw_duplicate(double freq) {
-  // No blank before the number: the text has always read this way.
+  // No blank before the number: the text is exact, and callers match it as it stands.
   throw std::runtime_error(
       detail::message("The FittedScalarModel already contains a sample at", freq, " Hz"));
 }
@@ -270,8 +270,8 @@ std::complex<double> StaticTableModel::evaluate_fit(double freq) const {
   std::size_t start = 0;
   std::size_t count = n;
   if (degree_ < n) {
-    // k is the last sample below freq; for k0 == 0 it wraps round and the clamp below takes
-    // the last stencil, as unsigned arithmetic has always done here.
+    // k is the last sample below freq. A frequency below the first sample (k0 == 0) takes the
+    // last stencil: k wraps round to the largest size_t and the clamp gives n - degree_.
     const std::size_t k = k0 - 1;
     const std::size_t half = (degree_ - 1) >> 1;
     start = std::min(k > half ? k - half : 0, n - degree_);
