@@ -38,6 +38,19 @@ void append_names(std::string& text, const std::vector<PortDataName>& names) {
     text += detail::message(" ", key.first, "[", key.second, "]");
 }
 
+// Throws std::runtime_error head, the item's keys, middle, then the container's names (each
+// key and name after a blank) unless the keys match the names.
+template <class Iterator>
+void check_port_data(Iterator first, Iterator last, const std::vector<PortDataName>& names,
+                     const char* head, const char* middle) {
+  if (conforms(first, last, names)) return;
+  std::string text = head;
+  append_keys(text, first, last);
+  text += middle;
+  append_names(text, names);
+  throw std::runtime_error(text);
+}
+
 [[noreturn]] void throw_bad_subscript() {
   throw std::out_of_range("invalid vector subscript");
 }
@@ -131,13 +144,9 @@ namespace {
 detail::SampleSet::const_iterator sample_position(const detail::SampleSet& samples,
                                                   const std::vector<PortDataName>& names,
                                                   const SMatrixSample& s) {
-  if (!conforms(s.begin_port_data(), s.end_port_data(), names)) {
-    std::string text = "Port data of S-sample and S-container must be identical:  sample:";
-    append_keys(text, s.begin_port_data(), s.end_port_data());
-    text += ":  container:";
-    append_names(text, names);
-    throw std::runtime_error(text);
-  }
+  check_port_data(
+      s.begin_port_data(), s.end_port_data(), names,
+      "Port data of S-sample and S-container must be identical:  sample:", ":  container:");
   const double f = s.frequency();
   // Readers and loaders add in ascending frequency: the common case appends at the end in
   // constant time. Otherwise the first sample not below f is the only candidate for an
@@ -157,13 +166,9 @@ detail::SampleSet::const_iterator sample_position(const detail::SampleSet& sampl
 detail::ModelSet::const_iterator model_position(const detail::ModelSet& models,
                                                 const std::vector<PortDataName>& names,
                                                 const SMatrixModel& m) {
-  if (!conforms(m.begin_port_data(), m.end_port_data(), names)) {
-    std::string text = "Port data of S-model and S-container must be identical\n  model:";
-    append_keys(text, m.begin_port_data(), m.end_port_data());
-    text += "\n  container:";
-    append_names(text, names);
-    throw std::runtime_error(text);
-  }
+  check_port_data(
+      m.begin_port_data(), m.end_port_data(), names,
+      "Port data of S-model and S-container must be identical\n  model:", "\n  container:");
   // The stored bands form a chain under less_freq, so the models below m are a prefix and the
   // models above m a suffix; the first one not below m is the lowest overlapping model if any.
   auto position = models.lower_bound(m);
@@ -267,22 +272,20 @@ void SMatrixContainer::reset(std::size_t nbPorts, const std::vector<PortDataName
 }
 
 void SMatrixContainer::add(const SMatrixSample& s) {
-  detail::SampleSet& samples = storage_->samples;
-  samples.emplace_hint(sample_position(samples, port_data_names_, s), s);
+  storage_->samples.emplace_hint(sample_position(storage_->samples, port_data_names_, s), s);
 }
 
 void SMatrixContainer::add(SMatrixSample&& s) {
-  detail::SampleSet& samples = storage_->samples;
+  auto& samples = storage_->samples;
   samples.emplace_hint(sample_position(samples, port_data_names_, s), std::move(s));
 }
 
 void SMatrixContainer::add(const SMatrixModel& m) {
-  detail::ModelSet& models = storage_->models;
-  models.emplace_hint(model_position(models, port_data_names_, m), m);
+  storage_->models.emplace_hint(model_position(storage_->models, port_data_names_, m), m);
 }
 
 void SMatrixContainer::add(SMatrixModel&& m) {
-  detail::ModelSet& models = storage_->models;
+  auto& models = storage_->models;
   models.emplace_hint(model_position(models, port_data_names_, m), std::move(m));
 }
 

@@ -317,8 +317,7 @@ std::vector<std::complex<double>> query_each(const SMatrixContainer& container,
 
 double SMatrixContainer::from() const {
   if (empty()) detail::throw_empty_container();
-  const SampleSet& samples = storage_->samples;
-  const ModelSet& models = storage_->models;
+  const auto& [samples, models] = *storage_;
   if (samples.empty()) return models.begin()->from();
   if (models.empty()) return samples.begin()->sample.frequency();
   return std::min(models.begin()->from(), samples.begin()->sample.frequency());
@@ -326,8 +325,7 @@ double SMatrixContainer::from() const {
 
 double SMatrixContainer::to() const {
   if (empty()) detail::throw_empty_container();
-  const SampleSet& samples = storage_->samples;
-  const ModelSet& models = storage_->models;
+  const auto& [samples, models] = *storage_;
   if (samples.empty()) return models.rbegin()->to();
   if (models.empty()) return samples.rbegin()->sample.frequency();
   return std::max(models.rbegin()->to(), samples.rbegin()->sample.frequency());
