@@ -11,6 +11,8 @@
 namespace korvantix::detail {
 namespace {
 
+constexpr std::ptrdiff_t kPeek = 8;
+
 // The writers' own number form ("-1.2500000000000000e+09") read by from_chars alone, without
 // parse_real's scan of the stream grammar. Taken only where both are sure to agree: a digit
 // first (after an optional '-'), a clean conversion, and the number followed by a byte that
@@ -47,9 +49,12 @@ void AsciiTokens::number(Parse&& parse) {
   skip_space();
   for (;;) {
     const ParseResult result = parse(window_.data(), window_.end());
-    // A parser that stopped inside the window saw the byte that ends its token.
-    if (result.ptr != window_.end() || !window_.more()) {
-      window_.seek(result.ptr);
+    const auto used = static_cast<std::size_t>(result.ptr - window_.data());
+    // A parser looks at most kPeek bytes past where it stops (the longest is "infinity" after
+    // "inf"); one that stopped further inside the window saw everything it needed. A refill
+    // keeps the token's first byte at data(), even when it finds nothing more.
+    if (window_.end() - result.ptr >= kPeek || !window_.more()) {
+      window_.consume(used);
       if (!result.ok) failed_ = true;
       return;
     }
@@ -66,9 +71,10 @@ std::string_view AsciiTokens::word() {
       ++last;
     length = static_cast<std::size_t>(last - first);
     if (last != window_.end() || !window_.more()) {
-      window_.seek(last);
+      const std::string_view found(window_.data(), length);
+      window_.consume(length);
       if (length == 0) failed_ = true;
-      return std::string_view(first, length);
+      return found;
     }
   }
 }

@@ -51,7 +51,8 @@ class Window {
   void seek(const char* p) noexcept { pos_ = p; }
 
   /// Reads more of the input behind the unconsumed bytes (moving them to the front, or growing
-  /// the buffer when they fill it). False, with nothing changed, once the input has ended.
+  /// the buffer when they fill it). False once the input has ended. Either way the unconsumed
+  /// bytes may have moved: pointers into the window must be taken again from data().
   bool more();
   /// Reads until at least n bytes are unconsumed or the input has ended; returns size().
   std::size_t fill(std::size_t n);
