@@ -55,26 +55,6 @@ std::string_view trim(std::string_view text) noexcept {
   return text;
 }
 
-namespace {
-
-bool is_separator(char c, bool commas) noexcept {
-  return is_blank(c) || (commas && c == ',');
-}
-
-}  // namespace
-
-std::string_view next_token(std::string_view& text, bool commas) noexcept {
-  std::size_t i = 0;
-  while (i < text.size() && is_separator(text[i], commas))
-    ++i;
-  std::size_t j = i;
-  while (j < text.size() && !is_separator(text[j], commas))
-    ++j;
-  const std::string_view token = text.substr(i, j - i);
-  text.remove_prefix(j);
-  return token;
-}
-
 std::size_t count_tokens(std::string_view text, bool commas) noexcept {
   std::size_t n = 0;
   while (!next_token(text, commas).empty())
