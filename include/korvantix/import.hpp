@@ -85,7 +85,9 @@ struct NoiseParameters {
 /// Ports] before [Reference], found none" (also before [Network Data]); "expected <N>
 /// reference impedances after [Reference], found <m>"; "expected single-ended data, found
 /// [Mixed-Mode Order] (mixed-mode data is not read)"; "expected [End Information], found end of
-/// file"; "expected [Network Data] before the data, found <t>"; "expected a Touchstone keyword,
+/// file"; "expected [Network Data] before the data, found <t>"; "expected [Noise Data] or [End]
+/// after the network data, found <t>" (the layout cannot change once values have begun);
+/// "expected the option line before the data, found it after"; "expected a Touchstone keyword,
 /// found <t>"; "expected <k> frequencies as [Number of Frequencies] says, found <m>";
 /// "expected <k> noise frequencies as [Number of Noise Frequencies] says, found <m>";
 /// "expected <2N> values after "! Gamma", found <m>" (or "! Port Impedance"); "expected the

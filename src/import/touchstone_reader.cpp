@@ -121,6 +121,7 @@ class TouchstoneReader {
   // later ones are ignored. Several R values (one per port) are taken in any version.
   void read_option_line(std::string_view text) {
     if (option_line_ != 0) return;
+    if (data_started()) fail("expected the option line before the data, found it after");
     option_line_ = lines_.number();
     std::string_view t = next_token(text);
     while (!t.empty()) {
@@ -171,6 +172,10 @@ class TouchstoneReader {
     std::string_view rest = text.substr(close + 1);
     if (!version2_ && !iequals(name, "Version"))
       fail("expected [Version] before any other keyword, found ", found(keyword));
+    // The layout of the values may not change once they have begun.
+    if (data_started() && !iequals(name, "Noise Data") && !iequals(name, "End") &&
+        !iequals(name, "Begin Information") && !iequals(name, "End Information"))
+      fail("expected [Noise Data] or [End] after the network data, found ", found(keyword));
     if (iequals(name, "Version")) {
       const std::string_view v = next_token(rest);
       if (v != "2.0" && v != "2.1") fail("expected 2.0 or 2.1 after [Version], found ", found(v));
@@ -388,6 +393,10 @@ class TouchstoneReader {
     }
     std::size_t line = option_line_;
     zref_.assign(ports_, kDefaultReference);
+    if (!reference_.empty() && reference_.size() != ports_) {
+      fail_at(reference_line_, "expected ", ports_,
+              " reference impedances after [Reference], found ", reference_.size());
+    }
     if (!reference_.empty()) {
       zref_ = reference_;
       line = reference_line_;
@@ -517,6 +526,8 @@ class TouchstoneReader {
       fail("expected a finite frequency of at least 0, found ", token);
     return f;
   }
+
+  bool data_started() const { return frequencies_ > 0 || !values_.empty() || noise_lines_ > 0; }
 
   std::size_t values_per_frequency() const {
     const std::size_t entries =

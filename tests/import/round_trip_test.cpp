@@ -10,11 +10,15 @@
 #include <cmath>
 #include <complex>
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <limits>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "import/import_support.hpp"
+#include "import/readers.hpp"
 #include "test_support.hpp"
 
 namespace korvantix {
@@ -128,6 +132,33 @@ TEST(RoundTrip, IdentifyByContentThenExtension) {
                        path + ": not a kvx-file, Touchstone file or CITIfile");
     }
     std::remove(path.c_str());
+  }
+}
+
+}  // namespace
+}  // namespace korvantix
+
+namespace korvantix {
+namespace {
+
+// Every prefix of a good file reads or is refused with a std::runtime_error, never worse.
+TEST(RoundTrip, EveryPrefixReadsOrFailsCleanly) {
+  for (const char* name : {"touchstone_v1_noise.s2p", "touchstone_v2_upper_z.s3p",
+                           "touchstone_field_solver.s2p", "citi_segments.cti"}) {
+    std::ifstream in(testing_import::data_file(name), std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    const bool citi = std::string(name).find(".cti") != std::string::npos;
+    for (std::size_t n = 0; n <= text.size(); ++n) {
+      SMatrixContainer c;
+      try {
+        if (citi)
+          detail::parse_citi(text.substr(0, n), name, c);
+        else
+          detail::parse_touchstone(text.substr(0, n), name, c, nullptr);
+      } catch (const std::runtime_error& error) {
+        EXPECT_EQ(typeid(error), typeid(std::runtime_error)) << name << " " << n;
+      }
+    }
   }
 }
 

@@ -182,6 +182,15 @@ TEST(Touchstone, RefusesDamagedFilesWithPathLineAndWhatWasExpected) {
        "f.ts:2: expected [Number of Ports] before [Network Data], found none"},
       {"f.ts", "[Version] 2.0\n[Number of Ports] 1\n1 0 0\n",
        "f.ts:3: expected [Network Data] before the data, found \"1\""},
+      {"f.ts", "[Version] 2.0\n[Number of Ports] 1\n[Network Data]\n1 0 0\n[Number of Ports] 2\n",
+       "f.ts:5: expected [Noise Data] or [End] after the network data, found \"[Number of "
+       "Ports]\""},
+      {"f.s1p", "1 0 0\n# Hz\n",
+       "f.s1p:2: expected the option line before the data, found it after"},
+      {"f.ts",
+       "[Version] 2.0\n[Number of Ports] 1\n[Reference] 50\n[Number of Ports] 2\n[Network Data]\n1 "
+       "0 0 0 0 0 0 0 0\n",
+       "f.ts:3: expected 2 reference impedances after [Reference], found 1"},
       {"f.ts", "[Version] 2.0\n[Bogus]\n",
        "f.ts:2: expected a Touchstone keyword, found \"[Bogus]\""},
       {"f.ts", "[Version] 2.0\n[Number of Ports\n",
