@@ -44,15 +44,9 @@ TEST(TextLines, LinesFromMemoryAndFromAWindowSmallerThanALine) {
   std::remove(path.c_str());
 }
 
-TEST(TextLines, Tokens) {
-  std::string_view text = " a\t bb,c ,, d ";
-  EXPECT_EQ(count_tokens(text), 4u);  // "bb,c" and ",," are tokens without commas
-  EXPECT_EQ(count_tokens(text, true), 4u);
-  EXPECT_EQ(next_token(text, true), "a");
-  EXPECT_EQ(next_token(text, true), "bb");
-  EXPECT_EQ(next_token(text, true), "c");
-  EXPECT_EQ(next_token(text, true), "d");
-  EXPECT_EQ(next_token(text, true), "");
+TEST(TextLines, TokensAndHowMessagesShowThem) {
+  EXPECT_EQ(count_tokens(" a\t bb,c ,, d "), 4u);  // "bb,c" and ",," are tokens
+  EXPECT_EQ(count_tokens(" a\t bb,c ,, d ", true), 4u);
   EXPECT_EQ(found(""), "end of line");
   EXPECT_EQ(found(std::string(41, 'x')), "\"" + std::string(40, 'x') + "...\"");
 }
@@ -85,27 +79,6 @@ TEST(TextLines, NumbersAreExactAndWholeTokens) {
   EXPECT_TRUE(parse_count("+18446744073709551615", n) && n == 18446744073709551615u);
   for (const char* bad : {"18446744073709551616", "-1", "1.0", ""})
     EXPECT_FALSE(parse_count(bad, n)) << bad;
-}
-
-TEST(TextLines, PortNameComments) {
-  struct Case {
-    const char* text;
-    std::uint64_t k;
-    const char* name;
-  };
-  const Case good[] = {
-      {" Port[1] = in put ", 1, "in put"}, {"port[12] out", 12, "out"}, {"PORT[2]", 2, ""}};
-  for (const Case& c : good) {
-    std::uint64_t k = 0;
-    std::string_view name;
-    EXPECT_TRUE(parse_port_name(c.text, k, name)) << c.text;
-    EXPECT_EQ(k, c.k);
-    EXPECT_EQ(name, c.name);
-  }
-  std::uint64_t k = 0;
-  std::string_view name;
-  for (const char* bad : {"Port[0] a", "Port[x] a", "Port[1 a", "Ports[1] a", "Port 1 a"})
-    EXPECT_FALSE(parse_port_name(bad, k, name)) << bad;
 }
 
 }  // namespace
