@@ -134,8 +134,9 @@ enum class DataFormat : std::int32_t {
   citifile = 4
 };
 
-/// What identify found: the format and its version as the file states it ("2.3.0" for a
-/// kvx-file, "1.1" or "2.0" or "2.1" for Touchstone, "A.01.01" for CITIfile; empty when unknown).
+/// What identify found: the format and its version as the file states it ("2.3.0" for a kvx-file,
+/// from its header's major, minor and patch numbers; "1.1", "2.0" or "2.1" for Touchstone;
+/// "A.01.01" for CITIfile, the word after CITIFILE; empty when unknown).
 struct DataFileIdentity {
   DataFormat format = DataFormat::unknown;
   std::string version;

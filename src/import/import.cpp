@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -77,6 +78,36 @@ DataFileIdentity identify_text(std::string_view head) {
   return {};
 }
 
+// "<major>.<minor>.<patch>" of a kvx-file: three numbers after the ASCII magic, or three int32
+// after the binary one, in the byte order of the machine that wrote them (the writer's marker
+// 0x11223344 follows them and tells).
+std::string kvx_version(std::string_view head, bool binary) {
+  if (binary) {
+    constexpr std::size_t kMagic = 15;  // "BINARYKORVANTIX"
+    std::int32_t v[4] = {};
+    if (head.size() < kMagic + sizeof v) return "";
+    std::memcpy(v, head.data() + kMagic, sizeof v);
+    if (v[3] != 0x11223344) {
+      for (std::int32_t& x : v) {
+        const auto u = static_cast<std::uint32_t>(x);
+        x = static_cast<std::int32_t>((u >> 24) | ((u >> 8) & 0xff00u) | ((u << 8) & 0xff0000u) |
+                                      (u << 24));
+      }
+    }
+    return std::to_string(v[0]) + "." + std::to_string(v[1]) + "." + std::to_string(v[2]);
+  }
+  std::string_view rest = head.substr(std::min<std::size_t>(head.size(), 15));  // "ASCII KORVANTIX"
+  rest = rest.substr(0, rest.find('\n'));
+  std::string version;
+  for (int k = 0; k < 3; ++k) {
+    const std::string_view t = detail::next_token(rest);
+    std::uint64_t n = 0;
+    if (!detail::parse_count(t, n)) return "";
+    version += (k == 0 ? "" : ".") + std::string(t);
+  }
+  return version;
+}
+
 }  // namespace
 
 void read_touchstone(SMatrixContainer& container, const char* path) {
@@ -100,8 +131,8 @@ void read_cti(SMatrixContainer& container, const char* path) {
 
 DataFileIdentity identify(const char* path) {
   const std::string head = detail::load_head(path, kHead);
-  if (is_binary(path)) return {DataFormat::kvx_binary, "2.3.0"};
-  if (is_ascii(path)) return {DataFormat::kvx_ascii, "2.3.0"};
+  if (is_binary(path)) return {DataFormat::kvx_binary, kvx_version(head, true)};
+  if (is_ascii(path)) return {DataFormat::kvx_ascii, kvx_version(head, false)};
   DataFileIdentity identity = identify_text(head);
   if (identity.format != DataFormat::unknown) return identity;
   const std::string_view name(path);

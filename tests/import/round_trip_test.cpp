@@ -14,6 +14,7 @@
 #include <iterator>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <typeinfo>
 #include <vector>
 
@@ -122,6 +123,13 @@ TEST(RoundTrip, IdentifyByContentThenExtension) {
       {"a.citi", "\n", DataFormat::citifile, ""},
       {"a.txt", "1 0 0\n", DataFormat::unknown, ""},
   };
+  for (const auto& [file, format, version] :
+       {std::tuple{"ascii_v21_two_ports.kvx", DataFormat::kvx_ascii, "2.1.0"},
+        std::tuple{"binary_v22_port_models.kvx", DataFormat::kvx_binary, "2.2.0"}}) {
+    const DataFileIdentity id = identify(testing_import::data_file(file).c_str());
+    EXPECT_EQ(id.format, format);
+    EXPECT_EQ(id.version, version);
+  }
   for (const Case& c : cases) {
     const std::string path = testing_import::scratch_path(c.name);
     testing_import::write_text(path, c.text);
