@@ -45,7 +45,7 @@ void write_atomically(const std::string& target, const std::function<void(const 
          at = text.find(temporary_text, at + target.size()))
       text.replace(at, temporary_text.size(), target);
     if (dynamic_cast<const fs::filesystem_error*>(&error) != nullptr)
-      text = "Unable to write to " + target;
+      text = "Unable to write to <" + target + ">";
     throw std::runtime_error(text);
   }
 }
