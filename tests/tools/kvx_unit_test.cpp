@@ -91,6 +91,19 @@ TEST(Drawing, UnwrapKeepsEachStepWithinHalfATurn) {
   EXPECT_TRUE(unwrap_degrees({}).empty());
 }
 
+TEST(Drawing, DecimationKeepsTheEnvelopeOfEachPixelColumn) {
+  // Columns of width 10: {0, 3, 5, 9} keep first, low (3), high (5) and last; {12} alone;
+  // {20, 21} first and last only, the low and high being among them.
+  const std::vector<std::pair<double, double>> points{{0, 1}, {3, -4}, {4, 0},  {5, 7},
+                                                      {9, 2}, {12, 0}, {20, 5}, {21, 6}};
+  EXPECT_EQ(decimate(points, [](double x) { return static_cast<long>(x / 10); }),
+            (std::vector<std::pair<double, double>>{
+                {0, 1}, {3, -4}, {5, 7}, {9, 2}, {12, 0}, {20, 5}, {21, 6}}));
+  // High before low keeps their order.
+  EXPECT_EQ(decimate({{0, 0}, {1, 5}, {2, 1}, {3, -5}, {4, 2}}, [](double) { return 0L; }),
+            (std::vector<std::pair<double, double>>{{0, 0}, {1, 5}, {3, -5}, {4, 2}}));
+}
+
 TEST(Drawing, SmithCirclesPassThroughTheirDefiningPoints) {
   // r = 1 passes through the centre and the open circuit; x = -2 through -j2's rim point.
   const Circle r1 = resistance_circle(1);

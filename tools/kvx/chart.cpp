@@ -189,7 +189,14 @@ std::string render_frequency_chart(const FrequencyChart& chart) {
   out << "<text transform=\"translate(24," << num((kTop + kBottom) / 2)
       << ") rotate(-90)\" text-anchor=\"middle\" font-size=\"14\" fill=\"#222\">"
       << escape_xml(chart.y_title) << "</text>\n";
-  curves(out, id, chart.series,
+  // Dense data would make a file of megabytes that draws no differently: keep a few points
+  // per pixel column.
+  std::vector<Series> drawn = chart.series;
+  for (auto& series : drawn)
+    for (auto& segment : series.segments)
+      if (segment.size() > 2 * static_cast<std::size_t>(kRight - kLeft))
+        segment = decimate(segment, [&](double x) { return std::lround(map_x(x)); });
+  curves(out, id, drawn,
          [&](double x, double y) { return std::pair<double, double>(map_x(x), map_y(y)); });
   legend(out, chart.series);
   out << "</svg>\n";

@@ -78,6 +78,7 @@ int run_convert(const ConvertOptions& options) {
   const SamplingType plan = sampling_type(options.plan);
 
   Progress reading("reading " + options.input, 1);
+  reading.update(0);
   SMatrixContainer c = load(options.input);
   reading.update(1);
 
@@ -102,6 +103,7 @@ int run_convert(const ConvertOptions& options) {
   if (options.renormalize)
     c = renormalize(c, std::vector<std::complex<double>>(c.nbPorts(), *options.renormalize));
   Progress writing("writing " + options.output, 1);
+  writing.update(0);
   write_output(c, options.output, format);
   writing.update(1);
   return 0;

@@ -82,6 +82,26 @@ std::vector<double> unwrap_degrees(const std::vector<double>& degrees) {
   return out;
 }
 
+std::vector<std::pair<double, double>> decimate(
+    const std::vector<std::pair<double, double>>& points,
+    const std::function<long(double)>& column) {
+  std::vector<std::pair<double, double>> out;
+  for (std::size_t first = 0; first < points.size();) {
+    const long current = column(points[first].first);
+    std::size_t last = first, low = first, high = first;
+    while (last + 1 < points.size() && column(points[last + 1].first) == current) {
+      ++last;
+      if (points[last].second < points[low].second) low = last;
+      if (points[last].second > points[high].second) high = last;
+    }
+    std::size_t keep[] = {first, std::min(low, high), std::max(low, high), last};
+    for (std::size_t k = 0; k < 4; ++k)
+      if (k == 0 || keep[k] != keep[k - 1]) out.push_back(points[keep[k]]);
+    first = last + 1;
+  }
+  return out;
+}
+
 Circle resistance_circle(double r) {
   return {r / (1.0 + r), 0.0, 1.0 / (1.0 + r)};
 }

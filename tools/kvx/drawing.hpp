@@ -4,6 +4,7 @@
 // unit prefixes, phase unwrapping and the circles of the Smith chart.
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,13 @@ std::vector<LogTick> log_ticks(double lo, double hi);
 /// Phase in degrees made continuous: each value moves by the multiple of 360 that brings it
 /// within 180 degrees of its unwrapped predecessor.
 std::vector<double> unwrap_degrees(const std::vector<double>& degrees);
+
+/// A curve thinned for drawing: of each run of consecutive points that fall into the same pixel
+/// column (column(x) equal) only the first, the lowest, the highest and the last stay, in their
+/// order, so that the drawn envelope is the same as with every point.
+std::vector<std::pair<double, double>> decimate(
+    const std::vector<std::pair<double, double>>& points,
+    const std::function<long(double)>& column);
 
 /// A circle of the Smith chart in reflection-coefficient coordinates.
 struct Circle {
