@@ -30,7 +30,6 @@ run_target() {
   local corpus="$work/$name"
   mkdir -p "$corpus"
   cp -r fuzz/corpus/"$name"/. "$corpus"/ 2>/dev/null || true
-  cp -r fuzz/regressions/"$name"/. "$corpus"/ 2>/dev/null || true
   local dict=()
   [ -f fuzz/"$name".dict ] && dict=(-dict=fuzz/"$name".dict)
   if build/fuzz/fuzz/"$name"_fuzz "$corpus" "${dict[@]}" -max_total_time="$seconds" \

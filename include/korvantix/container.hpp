@@ -346,17 +346,6 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
  private:
   // Source port i becomes result port p[i].
   SMatrixContainer permute(const std::vector<std::size_t>& p) const;
-  // (switch frequency, number of logarithmic points) of the linear-logarithmic plan.
-  std::pair<double, std::size_t> get_optimal_switch_frequency(std::size_t n) const;
-  // (number of logarithmic intervals, spacing mismatch) for a switch at fswitch.
-  std::pair<std::size_t, double> get_optimal_number_of_log_intervals(std::size_t n, double fstart,
-                                                                     double fswitch, double fend,
-                                                                     std::size_t kmin,
-                                                                     std::size_t kmax) const;
-  // Linear step minus the last logarithmic step below the switch.
-  double get_lin_log_interval_difference(std::size_t k, std::size_t m, double fstart,
-                                         double fswitch, double fend) const;
-
   // Where a sample at s's frequency goes. Throws add's failures.
   detail::SampleSet::const_iterator sample_position(const SMatrixSample& s) const;
   // Where a model over m's band goes. Throws add's failures.

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "detail/message.hpp"
-#include "export/sampling.hpp"
+#include "model/sampling.hpp"
 
 namespace korvantix {
 namespace detail {
@@ -352,7 +352,7 @@ std::vector<double> SMatrixContainer::sample_frequencies(std::size_t n, Sampling
   }
   // The switch is searched over all discrete frequencies of the container, not only those in
   // [lo, hi].
-  const auto [fswitch, log_points] = get_optimal_switch_frequency(n);
+  const auto [fswitch, log_points] = detail::optimal_switch_frequency(discrete_frequencies(), n);
   const double f0 = kept.front();
   if (f0 < fswitch && log_points < n) {
     const std::vector<double> low = sample_frequencies(log_points, Logarithmic, f0, fswitch);
@@ -369,22 +369,6 @@ std::vector<double> SMatrixContainer::sample_frequencies(std::size_t n, Sampling
 
 std::vector<double> SMatrixContainer::lf_sample_frequencies() const {
   return detail::decade_grid(from(), to());
-}
-
-std::pair<double, std::size_t> SMatrixContainer::get_optimal_switch_frequency(std::size_t n) const {
-  return detail::optimal_switch_frequency(discrete_frequencies(), n);
-}
-
-std::pair<std::size_t, double> SMatrixContainer::get_optimal_number_of_log_intervals(
-    std::size_t n, double fstart, double fswitch, double fend, std::size_t kmin,
-    std::size_t kmax) const {
-  return detail::optimal_number_of_log_intervals(n, fstart, fswitch, fend, kmin, kmax);
-}
-
-double SMatrixContainer::get_lin_log_interval_difference(std::size_t k, std::size_t m,
-                                                         double fstart, double fswitch,
-                                                         double fend) const {
-  return detail::lin_log_interval_difference(k, m, fstart, fswitch, fend);
 }
 
 }  // namespace korvantix

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "detail/message.hpp"
-#include "export/adaptive.hpp"
+#include "model/adaptive.hpp"
 #include "model/interpolation.hpp"
 
 namespace korvantix {

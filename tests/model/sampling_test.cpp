@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "export/sampling.hpp"
+#include "model/sampling.hpp"
 #include "test_support.hpp"
 
 namespace korvantix {

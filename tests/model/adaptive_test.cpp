@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "export/adaptive.hpp"
+#include "model/adaptive.hpp"
 #include "test_support.hpp"
 
 namespace korvantix {
