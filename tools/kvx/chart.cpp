@@ -43,14 +43,22 @@ void open_svg(std::ostringstream& out, const std::string& id, const std::string&
       << "fill=\"#222\">" << escape_xml(title) << "</text>\n";
 }
 
+// Whether series k repeats an earlier one exactly (S22 of a symmetric filter on S11): it is
+// drawn dashed so that both colours show.
+bool repeats(const std::vector<Series>& series, std::size_t k) {
+  for (std::size_t j = 0; j < k; ++j)
+    if (series[j].segments == series[k].segments) return true;
+  return false;
+}
+
 void legend(std::ostringstream& out, const std::vector<Series>& series) {
   double y = kTop + 8;
   for (std::size_t k = 0; k < series.size(); ++k, y += 22) {
     std::string label = series[k].label;
     if (label.size() > 34) label = label.substr(0, 33) + "\u2026";
     out << "<line x1=\"" << kRight + 24 << "\" y1=\"" << y << "\" x2=\"" << kRight + 50
-        << "\" y2=\"" << y << "\" stroke=\"" << series_colour(k)
-        << "\" stroke-width=\"3\" stroke-linecap=\"round\"/>"
+        << "\" y2=\"" << y << "\" stroke=\"" << series_colour(k) << "\" stroke-width=\"3\""
+        << (repeats(series, k) ? " stroke-dasharray=\"5 4\"" : "") << "/>"
         << "<text x=\"" << kRight + 58 << "\" y=\"" << y + 4 << "\" font-size=\"13\" fill=\"#222\">"
         << escape_xml(label) << "</text>\n";
   }
@@ -61,10 +69,12 @@ void curves(std::ostringstream& out, const std::string& id, const std::vector<Se
             const Map& map) {
   out << "<g clip-path=\"url(#" << id << "-clip)\" fill=\"none\" stroke-width=\"1.8\" "
       << "stroke-linejoin=\"round\" stroke-linecap=\"round\">\n";
-  for (std::size_t k = 0; k < series.size(); ++k)
+  for (std::size_t k = 0; k < series.size(); ++k) {
+    const bool repeated = repeats(series, k);
     for (const auto& segment : series[k].segments) {
       if (segment.empty()) continue;
-      out << "<polyline stroke=\"" << series_colour(k) << "\" points=\"";
+      out << "<polyline stroke=\"" << series_colour(k) << "\" "
+          << (repeated ? "stroke-dasharray=\"7 7\" " : "") << "points=\"";
       for (const auto& [x, y] : segment) {
         const auto [px, py] = map(x, y);
         out << num(px) << ',' << num(py) << ' ';
@@ -76,6 +86,7 @@ void curves(std::ostringstream& out, const std::string& id, const std::vector<Se
       }
       out << "\"/>\n";
     }
+  }
   out << "</g>\n";
 }
 
