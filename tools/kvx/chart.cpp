@@ -187,16 +187,18 @@ std::string render_frequency_chart(const FrequencyChart& chart) {
     out << "<line x1=\"" << num(x) << "\" y1=\"" << kTop << "\" x2=\"" << num(x) << "\" y2=\""
         << kBottom << "\" stroke=\"" << (tick.labelled ? "#dddddd" : "#eeeeee") << "\"/>\n";
     if (tick.labelled) {
-      const std::string label = chart.log_frequency && x_ticks_are_decades
-                                    ? short_number(tick.value / unit.divisor)
+      // Decades span several prefixes: each carries its own unit ("10 MHz", "1 GHz").
+      const UnitScale own = engineering_unit(tick.value, "Hz");
+      const std::string label = x_ticks_are_decades
+                                    ? short_number(tick.value / own.divisor) + " " + own.unit
                                     : tick_label(tick.value / unit.divisor, x_step);
       text(out, x, kBottom + 19, "middle", 12, label);
     }
   }
   out << "</g>\n<rect x=\"" << kLeft << "\" y=\"" << kTop << "\" width=\"" << kRight - kLeft
       << "\" height=\"" << kBottom - kTop << "\" fill=\"none\" stroke=\"#555\"/>\n";
-  text(out, (kLeft + kRight) / 2, kBottom + 44, "middle", 14, "Frequency (" + unit.unit + ")",
-       "#222");
+  text(out, (kLeft + kRight) / 2, kBottom + 44, "middle", 14,
+       x_ticks_are_decades ? "Frequency" : "Frequency (" + unit.unit + ")", "#222");
   out << "<text transform=\"translate(24," << num((kTop + kBottom) / 2)
       << ") rotate(-90)\" text-anchor=\"middle\" font-size=\"14\" fill=\"#222\">"
       << escape_xml(chart.y_title) << "</text>\n";
