@@ -263,7 +263,7 @@ TEST_F(Kvx, DiffReportsTheLargestAndRmsDifferenceWithCmpExitStatus) {
            {"@bandpass.kvx missing.kvx", "kvx: Unable to read <missing.kvx>\n"},
            {"@bandpass.kvx", "kvx: B is required\n"},
            {"@bandpass.kvx changed.kvxb --tolerance -1",
-            "kvx: --tolerance: Value -1 must be greater than or equal to 0\n"}}) {
+            "kvx: --tolerance: expected a number of at least 0, found -1\n"}}) {
     r = run("diff " + c.args);
     EXPECT_EQ(r.status, 2) << c.args;
     EXPECT_EQ(r.err, c.message) << c.args;
@@ -291,6 +291,8 @@ TEST_F(Kvx, FailuresExitWithTheirStatusAndLeaveNothingBehind) {
             "kvx: cannot tell the format of out.xyz from its extension; use --format"},
            {"convert @bandpass.kvx out.kvx --renormalize 25", 2,
             "kvx: --renormalize applies to a Touchstone output only"},
+           {"convert @bandpass.kvx out.s2p --renormalize -5", 2,
+            "kvx: --renormalize: expected a number above 0, found -5"},
            {"convert @coupler.kvxb out.s2p", 1,
             "kvx: out.s2p: a .s2p file holds 2 ports, the network has 4"},
            {"convert @bandpass.kvx nowhere/out.kvx", 1,

@@ -18,6 +18,21 @@ int main(int argc, char** argv) {
                        "Print the library version and exit");
   app.require_subcommand(1, 1);
   app.footer("Input formats: kvx ASCII and binary, Touchstone, CITIfile (recognised by content).");
+  // CLI11's own range checks print the largest double in full; these say what is wrong.
+  const auto at_least = [](bool zero_allowed) {
+    return CLI::Validator(
+        [zero_allowed](std::string& text) {
+          double value = 0;
+          const bool valid =
+              CLI::detail::lexical_cast(text, value) && (zero_allowed ? value >= 0 : value > 0);
+          return valid ? std::string()
+                       : std::string(zero_allowed ? "expected a number of at least 0"
+                                                  : "expected a number above 0") +
+                             ", found " + text;
+        },
+        zero_allowed ? "NONNEGATIVE" : "POSITIVE");
+  };
+  const CLI::Validator non_negative = at_least(true), positive = at_least(false);
   const auto plans = CLI::IsMember({"linear", "log", "linlog", "adaptive"});
   const auto formats =
       CLI::IsMember({"ascii", "binary", "touchstone", "touchstone1", "touchstone2", "citi"});
@@ -40,12 +55,12 @@ int main(int argc, char** argv) {
   convert_cmd
       ->add_option("--renormalize", renormalize,
                    "Refer a Touchstone export to R ohms at every port")
-      ->check(CLI::PositiveNumber);
+      ->check(positive);
   convert_cmd
       ->add_option("--points", convert.points,
                    "Frequencies for exporting models to a foreign format")
       ->capture_default_str()
-      ->check(CLI::PositiveNumber);
+      ->check(positive);
   convert_cmd->add_option("--plan", convert.plan, "Sampling plan for exporting models")
       ->capture_default_str()
       ->check(plans);
@@ -56,7 +71,7 @@ int main(int argc, char** argv) {
   resample_cmd->add_option("OUT", resample.output, "Output file (format by extension)")->required();
   resample_cmd->add_option("--points", resample.points, "Number of frequencies")
       ->required()
-      ->check(CLI::PositiveNumber);
+      ->check(positive);
   resample_cmd->add_option("--plan", resample.plan, "Frequency plan")
       ->capture_default_str()
       ->check(plans);
@@ -78,7 +93,7 @@ int main(int argc, char** argv) {
                        "the stored ones");
   diff_cmd->add_option("--tolerance", diff.tolerance, "Largest entry difference still equal")
       ->capture_default_str()
-      ->check(CLI::NonNegativeNumber);
+      ->check(non_negative);
 
   PlotOptions plot;
   bool db = false, phase = false, smith = false;
