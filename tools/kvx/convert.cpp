@@ -6,7 +6,6 @@
 #include <cctype>
 #include <filesystem>
 #include <iostream>
-#include <regex>
 
 namespace kvx {
 
@@ -32,7 +31,10 @@ OutputFormat output_format(const std::string& path, const std::string& format_na
   if (extension == ".kvxb") return OutputFormat::binary;
   if (extension == ".ts") return OutputFormat::touchstone2;
   if (extension == ".cti" || extension == ".citi") return OutputFormat::citi;
-  if (std::regex_match(extension, std::regex(R"(\.s[0-9]+p)"))) return OutputFormat::touchstone;
+  if (extension.size() > 3 && extension.compare(0, 2, ".s") == 0 && extension.back() == 'p' &&
+      std::all_of(extension.begin() + 2, extension.end() - 1,
+                  [](unsigned char ch) { return std::isdigit(ch); }))
+    return OutputFormat::touchstone;
   throw UsageError("cannot tell the format of " + path + " from its extension; use --format");
 }
 
