@@ -178,7 +178,8 @@ class KORVANTIX_API SMatrixSample : public SMatrixEvaluator {
 
 /// "Sample at <f> Hz:", then per port the reference impedance and the S row, then the port data.
 KORVANTIX_API std::ostream& operator<<(std::ostream& out, const SMatrixSample& sample);
-/// Prints a sample, model or container by its type; any other type prints nothing.
+/// Prints a sample, model, container or difference container (compare.hpp) by its type code
+/// and class; any other evaluator, null included, prints nothing.
 KORVANTIX_API std::ostream& operator<<(std::ostream& out, const SMatrixEvaluator* evaluator);
 /// A port datum name: the name, "[", the index, "]".
 KORVANTIX_API std::ostream& operator<<(std::ostream& out,

@@ -81,22 +81,7 @@ std::ostream& operator<<(std::ostream& out, const SMatrixContainer& container) {
   return out;
 }
 
-std::ostream& operator<<(std::ostream& out, const SMatrixEvaluator* evaluator) {
-  // dynamic_cast rather than a cast on the type code alone: another evaluator may report a
-  // known code (the difference container reports MIXED) without being that class.
-  if (evaluator == nullptr) return out;
-  switch (evaluator->type()) {
-    case SMatrixEvaluator::SAMPLE:
-      if (auto sample = dynamic_cast<const SMatrixSample*>(evaluator)) out << *sample;
-      break;
-    case SMatrixEvaluator::MODEL:
-      if (auto model = dynamic_cast<const SMatrixModel*>(evaluator)) out << *model;
-      break;
-    case SMatrixEvaluator::MIXED:
-      if (auto container = dynamic_cast<const SMatrixContainer*>(evaluator)) out << *container;
-      break;
-  }
-  return out;
-}
+// The printer through an evaluator pointer is defined with the comparison (src/compare/text.cpp):
+// it must know every evaluator kind, the difference container of that later layer included.
 
 }  // namespace korvantix
