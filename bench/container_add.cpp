@@ -1,6 +1,8 @@
 // Adding samples to a container: 100,000 four-port samples per round, in ascending frequency
 // (as readers and loaders add them) and shuffled. The baseline, timed in the same round, pushes
 // the same samples into a std::vector; "ratio" is the container's time over the baseline's.
+// BM_Copy copies a container of those 100,000 samples, against copying the std::vector that
+// holds them, timed in the same round.
 
 #include <korvantix/container.hpp>
 
@@ -77,8 +79,36 @@ void BM_AddShuffled(benchmark::State& state) {
   add_samples(state, true);
 }
 
+void BM_Copy(benchmark::State& state) {
+  const std::vector<korvantix::SMatrixSample> samples = make_samples(false);
+  korvantix::SMatrixContainer source(kPorts);
+  for (const auto& s : samples)
+    source.add(s);
+  double container_seconds = 0.0;
+  double baseline_seconds = 0.0;
+  for (auto _ : state) {
+    {
+      const auto start = std::chrono::steady_clock::now();
+      const std::vector<korvantix::SMatrixSample> copies(samples);
+      benchmark::DoNotOptimize(copies.data());
+      baseline_seconds += seconds_since(start);
+    }
+    const auto start = std::chrono::steady_clock::now();
+    const korvantix::SMatrixContainer copy(source);
+    benchmark::DoNotOptimize(copy.nbSamples());
+    const double elapsed = seconds_since(start);
+    container_seconds += elapsed;
+    state.SetIterationTime(elapsed);
+  }
+  const double rounds = static_cast<double>(state.iterations());
+  state.counters["ms_per_copy"] = 1e3 * container_seconds / rounds;
+  state.counters["baseline_ms"] = 1e3 * baseline_seconds / rounds;
+  state.counters["ratio"] = container_seconds / baseline_seconds;
+}
+
 BENCHMARK(BM_AddAscending)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_AddShuffled)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Copy)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -5,16 +5,15 @@
 /// names, port-data names and string properties, evaluated at any frequency.
 
 #include <korvantix/config.hpp>
-#include <korvantix/detail/node_arena.hpp>
 #include <korvantix/evaluator.hpp>
 #include <korvantix/model.hpp>
 
-#include <atomic>
 #include <complex>
 #include <cstddef>
 #include <iosfwd>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -24,53 +23,7 @@
 namespace korvantix {
 
 namespace detail {
-
-/// Magnitude and phase (atan2(im, re)) of one complex entry.
-struct Polar {
-  double magnitude;
-  double phase;
-};
-
-/// A sample as the container stores it. Magnitude-phase interpolation needs the magnitude and
-/// phase of every S and Zref entry of both neighbours at every query; they are computed on a
-/// sample's first such use and kept, so adding and reading samples does not pay for them. The
-/// cache is published with one compare-and-swap: concurrent const queries stay safe without a
-/// lock (threads that race compute identical values, and all but one discard theirs).
-class StoredSample {
- public:
-  explicit StoredSample(const SMatrixSample& s) : sample(s) {}
-  explicit StoredSample(SMatrixSample&& s) : sample(std::move(s)) {}
-  /// Copies the sample and, when it has been computed, the cache.
-  StoredSample(const StoredSample& other);
-  StoredSample& operator=(const StoredSample& other);
-  ~StoredSample();
-
-  /// polar()[k] for S()[k] (row-major), then polar()[S().size() + i] for Zref(i).
-  const Polar* polar() const;
-
-  SMatrixSample sample;
-
- private:
-  mutable std::atomic<Polar*> polar_{nullptr};
-};
-
-/// Orders stored samples by frequency; also compares with a bare frequency (lookups by double).
-struct SampleOrder {
-  using is_transparent = void;
-  bool operator()(const StoredSample& a, const StoredSample& b) const noexcept {
-    return a.sample.frequency() < b.sample.frequency();
-  }
-  bool operator()(const StoredSample& a, double f) const noexcept {
-    return a.sample.frequency() < f;
-  }
-  bool operator()(double f, const StoredSample& b) const noexcept {
-    return f < b.sample.frequency();
-  }
-};
-
-using SampleSet = std::set<StoredSample, SampleOrder, ArenaAllocator<StoredSample>>;
-using ModelSet = std::set<SMatrixModel, SMatrixModel::less_freq>;
-
+struct ContainerStorage;
 }  // namespace detail
 
 /// The complete description of one N-port network: port names, the port-data keys every sample
@@ -82,7 +35,7 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
   using PropertyMap = std::map<std::string, std::string>;
 
   /// Read-only bidirectional iteration over the stored samples in increasing frequency.
-  class SampleIterator {
+  class KORVANTIX_API SampleIterator {
    public:
     using iterator_category = std::bidirectional_iterator_tag;
     using value_type = SMatrixSample;
@@ -91,41 +44,34 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
     using reference = const SMatrixSample&;
 
     SampleIterator() = default;
-    explicit SampleIterator(detail::SampleSet::const_iterator it) : it_(it) {}
-    reference operator*() const { return it_->sample; }
-    pointer operator->() const { return &it_->sample; }
-    SampleIterator& operator++() {
-      ++it_;
-      return *this;
-    }
+    reference operator*() const;
+    pointer operator->() const { return &**this; }
+    SampleIterator& operator++();
     SampleIterator operator++(int) {
       SampleIterator old = *this;
-      ++it_;
+      ++*this;
       return old;
     }
-    SampleIterator& operator--() {
-      --it_;
-      return *this;
-    }
+    SampleIterator& operator--();
     SampleIterator operator--(int) {
       SampleIterator old = *this;
-      --it_;
+      --*this;
       return old;
     }
-    bool operator==(const SampleIterator& other) const { return it_ == other.it_; }
-    bool operator!=(const SampleIterator& other) const { return it_ != other.it_; }
-    /// The underlying stored-sample position (sample plus its polar cache).
-    detail::SampleSet::const_iterator base() const { return it_; }
+    bool operator==(const SampleIterator& other) const;
+    bool operator!=(const SampleIterator& other) const { return !(*this == other); }
 
    private:
-    detail::SampleSet::const_iterator it_{};
+    friend struct detail::ContainerStorage;
+    // The position in the container's private storage, held opaquely.
+    alignas(void*) unsigned char position_[sizeof(void*)] = {};
   };
   /// Samples in decreasing frequency.
   using ReverseSampleIterator = std::reverse_iterator<SampleIterator>;
   /// Models in increasing band order.
-  using ModelIterator = detail::ModelSet::const_iterator;
+  using ModelIterator = std::set<SMatrixModel, SMatrixModel::less_freq>::const_iterator;
   /// Models in decreasing band order.
-  using ReverseModelIterator = detail::ModelSet::const_reverse_iterator;
+  using ReverseModelIterator = std::reverse_iterator<ModelIterator>;
 
   /// Ports port_0 .. port_<N-1>, no port-data names, N + 1 empty property maps, no data.
   explicit SMatrixContainer(std::size_t nbPorts = 0);
@@ -201,37 +147,37 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
   /// failure s is left untouched.
   void add(SMatrixSample&& s);
   /// Adds a deep copy of m.
-  /// Throws std::runtime_error "invalid frequency range [<from> , <to>]" for from > to,
-  /// "Port data of S-model and S-container must be identical\n  model: <keys>\n  container:
-  /// <names>" for other port-data keys, and "S-matrix model at [<from> , <to>] Hz overlaps
-  /// with an existing model at [<from> , <to>] Hz" naming the lowest overlapped model.
+  /// Throws std::runtime_error "Port data of S-model and S-container must be identical\n
+  /// model: <keys>\n  container: <names>" for other port-data keys, and "S-matrix model at
+  /// [<from> , <to>] Hz overlaps with an existing model at [<from> , <to>] Hz" naming the
+  /// lowest overlapped model.
   void add(const SMatrixModel& m);
   /// As add(const SMatrixModel&), taking the model's scalar models over instead of cloning
   /// them. On failure m is left untouched.
   void add(SMatrixModel&& m);
 
   /// Number of stored samples.
-  std::size_t nbSamples() const { return samples_.size(); }
+  std::size_t nbSamples() const;
   /// Number of stored models.
-  std::size_t nbModels() const { return models_.size(); }
+  std::size_t nbModels() const;
   /// True when there is neither a sample nor a model.
-  bool empty() const { return samples_.empty() && models_.empty(); }
+  bool empty() const;
   /// First sample (lowest frequency).
-  SampleIterator begin_samples() const { return SampleIterator(samples_.begin()); }
+  SampleIterator begin_samples() const;
   /// End of the samples.
-  SampleIterator end_samples() const { return SampleIterator(samples_.end()); }
+  SampleIterator end_samples() const;
   /// Highest-frequency sample first.
   ReverseSampleIterator rbegin_samples() const { return ReverseSampleIterator(end_samples()); }
   /// End of the reversed samples.
   ReverseSampleIterator rend_samples() const { return ReverseSampleIterator(begin_samples()); }
   /// First model (lowest band).
-  ModelIterator begin_models() const { return models_.begin(); }
+  ModelIterator begin_models() const;
   /// End of the models.
-  ModelIterator end_models() const { return models_.end(); }
+  ModelIterator end_models() const;
   /// Highest band first.
-  ReverseModelIterator rbegin_models() const { return models_.rbegin(); }
+  ReverseModelIterator rbegin_models() const { return ReverseModelIterator(end_models()); }
   /// End of the reversed models.
-  ReverseModelIterator rend_models() const { return models_.rend(); }
+  ReverseModelIterator rend_models() const { return ReverseModelIterator(begin_models()); }
   /// The port-data names, sorted.
   const std::vector<PortDataName>& port_data_names() const { return port_data_names_; }
 
@@ -317,7 +263,9 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
   /// frequency, n >= 2), "Unable to obtain <n> samples:\nThe container is empty"; errors of
   /// evaluation propagate.
   std::vector<double> sample_frequencies_adaptively(std::size_t n) const;
-  /// A fixed decade grid of whole-hertz frequencies inside the container's band.
+  /// A decade grid of whole-hertz frequencies inside the container's band, ascending: ten
+  /// points per decade down from min(to, 1e9 Hz) to 1e4 Hz, one per decade down from
+  /// min(to, 1e4 Hz) to 1 Hz. Throws std::runtime_error "empty container".
   std::vector<double> lf_sample_frequencies() const;
 
   /// Evaluates the container at every frequency of freqs on nbThreads worker threads (0: the
@@ -346,10 +294,7 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
  private:
   // Source port i becomes result port p[i].
   SMatrixContainer permute(const std::vector<std::size_t>& p) const;
-  // Where a sample at s's frequency goes. Throws add's failures.
-  detail::SampleSet::const_iterator sample_position(const SMatrixSample& s) const;
-  // Where a model over m's band goes. Throws add's failures.
-  detail::ModelSet::const_iterator model_position(const SMatrixModel& m) const;
+  friend struct detail::ContainerStorage;
 
   // The property map at index i. Throws std::out_of_range "invalid vector subscript".
   PropertyMap& property_map(std::size_t i);
@@ -357,9 +302,8 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
 
   std::vector<std::string> port_names_;
   std::vector<PortDataName> port_data_names_;
-  std::vector<PropertyMap> properties_;  // ports 0..N-1, then the global map at N
-  detail::SampleSet samples_;
-  detail::ModelSet models_;
+  std::vector<PropertyMap> properties_;                // ports 0..N-1, then the global map at N
+  std::unique_ptr<detail::ContainerStorage> storage_;  // the samples and models
 };
 
 /// The port names, global and per-port properties, then every sample and model.

@@ -86,9 +86,10 @@ class KORVANTIX_API SMatrixSample : public SMatrixEvaluator {
   };
 
   /// N x N zero S-matrix and N zero reference impedances, no port data. The defaults give the
-  /// default state: 0 ports at -1 Hz.
+  /// default state: 0 ports at -1 Hz. Throws std::runtime_error "S-matrix of <N> ports is too
+  /// large" when N * N does not fit in a size_t.
   explicit SMatrixSample(std::size_t nbPorts = 0, double frequency = -1.0);
-  /// As above, plus one port datum 0+0i per distinct name of the list.
+  /// As above, plus one port datum 0+0i per distinct name of the list. Same failure.
   SMatrixSample(std::size_t nbPorts, double frequency, const std::vector<PortDataName>& names);
   SMatrixSample(const SMatrixSample& other);
   SMatrixSample& operator=(const SMatrixSample& other);

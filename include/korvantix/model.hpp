@@ -51,9 +51,10 @@ class KORVANTIX_API SMatrixModel : public SMatrixEvaluator {
 
   /// N * N S entries and N Zref entries, each a default PolynomialModel, no port data, band
   /// [from, to]. Throws std::runtime_error "invalid frequency range [<from> , <to>]" unless
-  /// from <= to (also for a NaN).
+  /// from <= to (also for a NaN), then "S-matrix of <N> ports is too large" when N * N does
+  /// not fit in a size_t.
   explicit SMatrixModel(std::size_t nbPorts = 0, double from = 0.0, double to = 0.0);
-  /// As above, plus one default PolynomialModel per distinct port-data name. Same failure.
+  /// As above, plus one default PolynomialModel per distinct port-data name. Same failures.
   SMatrixModel(std::size_t nbPorts, double from, double to, const std::vector<PortDataName>& names);
   /// Deep copy: every scalar model is cloned.
   SMatrixModel(const SMatrixModel& other);
@@ -134,13 +135,22 @@ class KORVANTIX_API SMatrixModel : public SMatrixEvaluator {
   bool operator!=(const SMatrixModel& other) const { return !(*this == other); }
 
   /// n frequencies inside the band, spaced by `type`; with includeEndpoints false the band
-  /// edges are never among them. Throws std::runtime_error (see the sampling plans).
+  /// edges are never among them. Throws std::runtime_error, in this order of checks: "it is
+  /// not possible to obtain 0 samples over a range, including the endpoint" (n = 0 with
+  /// endpoints); for a band of one frequency, "unable to obtain <n> different samples in
+  /// degenerate frequency range [<from> , <to>]" unless n = 1 (which gives that frequency
+  /// whatever the type); "Sampling type <value> not supported" for a type other than Linear
+  /// and Logarithmic; "unable to obtain 1 samples including the endpoints" (n = 1 with
+  /// endpoints).
   std::vector<double> sample_frequencies(std::size_t n, SamplingType type,
                                          bool includeEndpoints) const;
 
  private:
   // Whole-sample evaluation outside the band: std::out_of_range "<f> not in [<from> , <to>]".
   void check_in_band(double frequency) const;
+  // The body of evaluate and evaluate_symm; the symmetric form reads the upper triangle and
+  // mirrors it.
+  SMatrixSample evaluate_at(double frequency, bool symmetric) const;
   friend class SMatrixContainer;
 
   // Port i becomes port p[i]; every model is cloned. No checks: p must be a permutation.

@@ -50,21 +50,20 @@ char* write_count(char* first, std::uint64_t n) noexcept {
   return std::to_chars(first, first + 20, n).ptr;
 }
 
-void append_scientific(std::string& out, double x, int precision) {
+ScientificText write_scientific_padded(char* first, double x, int precision) noexcept {
   precision = normalized(precision);
   const int direct = std::min(precision, kMaxDirectPrecision);
+  char* const last = write_scientific(first, x, direct);
+  if (direct == precision || !std::isfinite(x)) return {last, last, 0};
+  return {std::find(first, last, 'e'), last, static_cast<std::size_t>(precision - direct)};
+}
+
+void append_scientific(std::string& out, double x, int precision) {
   char text[number_room(kMaxDirectPrecision)];
-  char* const last = write_scientific(text, x, direct);
-  if (direct == precision || !std::isfinite(x)) {
-    out.append(text, last);
-    return;
-  }
-  // No double has more than 767 significant decimal digits, so every digit past the direct
-  // precision is a zero: pad them in front of the exponent instead of formatting them.
-  char* const exponent = std::find(text, last, 'e');
-  out.append(text, exponent);
-  out.append(static_cast<std::size_t>(precision - direct), '0');
-  out.append(exponent, last);
+  const ScientificText written = write_scientific_padded(text, x, precision);
+  out.append(text, written.exponent);
+  out.append(written.zeros, '0');
+  out.append(written.exponent, written.last);
 }
 
 void append_general(std::string& out, double x, int precision) {

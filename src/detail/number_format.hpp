@@ -30,6 +30,17 @@ constexpr std::size_t number_room(int precision) noexcept {
 /// Writes the append_scientific text at precision in [0, kMaxDirectPrecision] (or negative) to
 /// first, which has number_room(precision) bytes; returns the end. Never throws.
 char* write_scientific(char* first, double x, int precision) noexcept;
+/// The append_scientific text of x at any precision, written as write_scientific writes it at
+/// min(precision, kMaxDirectPrecision) to first (number_room(kMaxDirectPrecision) bytes): the
+/// full text is [first, exponent), then `zeros` zeros, then [exponent, last). No double has
+/// more than 767 significant decimal digits, so every digit past the direct precision is a zero
+/// and is padded instead of formatted. Never throws.
+struct ScientificText {
+  char* exponent;
+  char* last;
+  std::size_t zeros;
+};
+ScientificText write_scientific_padded(char* first, double x, int precision) noexcept;
 /// Writes the append_general_upper text under the same terms as write_scientific.
 char* write_general_upper(char* first, double x, int precision) noexcept;
 /// Writes the append_general text under the same terms as write_scientific.

@@ -1,7 +1,6 @@
 #include "detail/output_buffer.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
 #include "detail/number_format.hpp"
@@ -19,7 +18,6 @@ OutputBuffer::~OutputBuffer() {
     flush();
   } catch (...) {
     // A string sink that cannot grow any more: the text is lost, as a failing file write is.
-    ok_ = false;
   }
 }
 
@@ -29,14 +27,14 @@ void OutputBuffer::drain() {
   if (size == 0) return;
   if (sink_ != nullptr) {
     sink_->append(data_.get(), size);
-  } else if (std::fwrite(data_.get(), 1, size, file_) != size) {
-    ok_ = false;
+  } else {
+    std::fwrite(data_.get(), 1, size, file_);
   }
 }
 
 void OutputBuffer::flush() {
   drain();
-  if (file_ != nullptr && std::fflush(file_) != 0) ok_ = false;
+  if (file_ != nullptr) std::fflush(file_);
 }
 
 void OutputBuffer::raw(const void* data, std::size_t size) {
@@ -46,8 +44,8 @@ void OutputBuffer::raw(const void* data, std::size_t size) {
     drain();
     if (sink_ != nullptr) {
       sink_->append(bytes, size);
-    } else if (std::fwrite(bytes, 1, size, file_) != size) {
-      ok_ = false;
+    } else {
+      std::fwrite(bytes, 1, size, file_);
     }
     return;
   }
@@ -78,16 +76,13 @@ void OutputBuffer::scientific(double x, int precision) {
     return;
   }
   ensure(number_room(kMaxDirectPrecision));
-  char* const first = pos_;
-  pos_ = write_scientific(pos_, x, kMaxDirectPrecision);
-  if (!std::isfinite(x)) return;
-  // Past 767 significant digits a double has only zeros left: move the exponent behind them.
-  char* const exponent = std::find(first, pos_, 'e');
+  const ScientificText written = write_scientific_padded(pos_, x, precision);
+  // The exponent moves behind the zeros.
   char tail[8];
-  const auto tail_size = static_cast<std::size_t>(pos_ - exponent);
-  std::memcpy(tail, exponent, tail_size);
-  pos_ = exponent;
-  zeros(static_cast<std::size_t>(precision - kMaxDirectPrecision));
+  const auto tail_size = static_cast<std::size_t>(written.last - written.exponent);
+  std::memcpy(tail, written.exponent, tail_size);
+  pos_ = written.exponent;
+  zeros(written.zeros);
   raw(tail, tail_size);
 }
 

@@ -14,7 +14,8 @@ namespace korvantix::detail {
 /// it to a std::string) in big blocks. Numbers are formatted straight into the buffer, byte for
 /// byte as the number_format.hpp functions produce them. The destination is not owned; the
 /// destructor flushes what is left. Nothing here throws except std::bad_alloc (construction, or
-/// a string sink growing); a failing write is remembered and reported by ok().
+/// a string sink growing); a failing write to the file is not reported, as for a stream whose
+/// write sets its fail state, and the text is lost.
 class OutputBuffer {
  public:
   /// Size of the in-memory buffer; every full buffer goes to the file in one fwrite.
@@ -26,7 +27,7 @@ class OutputBuffer {
   explicit OutputBuffer(std::string& sink);
   OutputBuffer(const OutputBuffer&) = delete;
   OutputBuffer& operator=(const OutputBuffer&) = delete;
-  /// Flushes the rest; errors at that point only clear ok().
+  /// Flushes the rest; a failure at that point is not reported.
   ~OutputBuffer();
 
   /// Appends one character.
@@ -50,8 +51,6 @@ class OutputBuffer {
   void raw(const void* data, std::size_t size);
   /// Hands everything buffered to the destination and fflush()es a file.
   void flush();
-  /// False once any write to the file fell short (or fflush failed); never resets.
-  bool ok() const noexcept { return ok_; }
 
  private:
   void drain();
@@ -65,7 +64,6 @@ class OutputBuffer {
   std::unique_ptr<char[]> data_;
   char* pos_ = nullptr;
   char* end_ = nullptr;
-  bool ok_ = true;
 };
 
 }  // namespace korvantix::detail

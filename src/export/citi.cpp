@@ -1,7 +1,6 @@
 #include <korvantix/container.hpp>
 #include <korvantix/evaluator.hpp>
 #include <korvantix/export.hpp>
-#include <korvantix/version.hpp>
 
 #include <cmath>
 #include <complex>
@@ -41,20 +40,11 @@ class CitiWriter {
   }
 
   void header(const SMatrixContainer& c, std::size_t frequency_count, std::time_t now) {
-    std::string date;
-    append_ctime(date, now);
+    const std::string stamp = written_by("# ", " : ", ' ', now);
     OutputBuffer& out = *out_;
-    out.put("CITIFILE A.01.01\n\n# Written by ");
-    out.put(libname());
-    out.put(" : ");
-    out.put(std::to_string(major_version()));
-    out.put(' ');
-    out.put(std::to_string(minor_version()));
-    out.put(' ');
-    out.put(std::to_string(patchlevel()));
+    out.put("CITIFILE A.01.01\n\n");
     // The date carries its own newline, so an empty line follows it.
-    out.put("\n# Date : ");
-    out.put(date);
+    out.put(stamp);
     out.put("\nNAME DATA\n\n");
     const std::size_t n = c.nbPorts();
     for (std::size_t i = 1; i <= n; ++i) {

@@ -1,5 +1,6 @@
 #include <korvantix/container.hpp>
 #include <korvantix/export.hpp>
+#include <korvantix/version.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -24,7 +25,8 @@ void check_export_format(ExportFormat format) {
   }
 }
 
-// Construct, set path, set version: the order the entry points always follow.
+// Construct, set path, set version: the entry points behave exactly as that sequence of public
+// TouchstoneFile calls does.
 TouchstoneFile make_touchstone(const SMatrixContainer& c, const char* path, ExportFormat format) {
   TouchstoneFile file(c);
   file.setPath(path != nullptr ? path : "");
@@ -73,6 +75,23 @@ void append_ctime(std::string& out, std::time_t t) {
   out += ' ';
   out += std::to_string(static_cast<long long>(parts.tm_year) + 1900);
   out += '\n';
+}
+
+std::string written_by(const char* comment, const char* after_name, char between, std::time_t now) {
+  std::string stamp = comment;
+  stamp += "Written by ";
+  stamp += libname();
+  stamp += after_name;
+  stamp += std::to_string(major_version());
+  stamp += between;
+  stamp += std::to_string(minor_version());
+  stamp += between;
+  stamp += std::to_string(patchlevel());
+  stamp += '\n';
+  stamp += comment;
+  stamp += "Date : ";
+  append_ctime(stamp, now);
+  return stamp;
 }
 
 void check_port_count(const SMatrixSample& sample, std::size_t n) {

@@ -19,6 +19,13 @@ namespace korvantix::detail {
 /// cannot convert t.
 void append_ctime(std::string& out, std::time_t t);
 
+/// The stamp both export formats open with, in their comment syntax:
+/// "<comment>Written by <libname><after_name><major><between><minor><between><patch>\n"
+/// "<comment>Date : <append_ctime of now>" (which ends in its newline). Same failure as
+/// append_ctime; the caller builds it before writing anything, so a failure leaves the file
+/// empty.
+std::string written_by(const char* comment, const char* after_name, char between, std::time_t now);
+
 /// Throws std::runtime_error "S-matrix sample at <f> Hz has <k> ports, the container has <n>"
 /// unless the sample has n ports: the writers index every sample by the container's ports.
 void check_port_count(const SMatrixSample& sample, std::size_t n);

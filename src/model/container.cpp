@@ -5,15 +5,18 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <utility>
 
+#include "detail/facts.hpp"
 #include "detail/message.hpp"
+#include "model/storage.hpp"
 
 namespace korvantix {
 
 namespace {
 
-// The item's keys, walked in map order, must match the container's sorted names one by one.
+// The item's keys, taken in map order, must match the container's sorted names one by one.
 template <class Iterator>
 bool conforms(Iterator first, Iterator last, const std::vector<PortDataName>& names) {
   if (static_cast<std::size_t>(std::distance(first, last)) != names.size()) return false;
@@ -33,6 +36,19 @@ void append_keys(std::string& text, Iterator first, Iterator last) {
 void append_names(std::string& text, const std::vector<PortDataName>& names) {
   for (const PortDataName& key : names)
     text += detail::message(" ", key.first, "[", key.second, "]");
+}
+
+// Throws std::runtime_error head, the item's keys, middle, then the container's names (each
+// key and name after a blank) unless the keys match the names.
+template <class Iterator>
+void check_port_data(Iterator first, Iterator last, const std::vector<PortDataName>& names,
+                     const char* head, const char* middle) {
+  if (conforms(first, last, names)) return;
+  std::string text = head;
+  append_keys(text, first, last);
+  text += middle;
+  append_names(text, names);
+  throw std::runtime_error(text);
 }
 
 [[noreturn]] void throw_bad_subscript() {
@@ -112,18 +128,94 @@ const Polar* StoredSample::polar() const {
   return expected;
 }
 
+// A sample iterator holds its set position as bytes: the position must fit and be copyable
+// bit for bit.
+static_assert(std::is_trivially_copyable_v<SampleSet::const_iterator>);
+static_assert(sizeof(SampleSet::const_iterator) <= sizeof(void*));
+static_assert(alignof(SampleSet::const_iterator) <= alignof(void*));
+
 }  // namespace detail
 
-SMatrixContainer::SMatrixContainer(std::size_t nbPorts) : SMatrixEvaluator(nbPorts) {
+using detail::ContainerStorage;
+
+namespace {
+
+// Where a sample at s's frequency goes. Throws add's failures.
+detail::SampleSet::const_iterator sample_position(const detail::SampleSet& samples,
+                                                  const std::vector<PortDataName>& names,
+                                                  const SMatrixSample& s) {
+  check_port_data(
+      s.begin_port_data(), s.end_port_data(), names,
+      "Port data of S-sample and S-container must be identical:  sample:", ":  container:");
+  const double f = s.frequency();
+  // Readers and loaders add in ascending frequency: the common case appends at the end in
+  // constant time. Otherwise the first sample not below f is the only candidate for an
+  // equivalent one (a NaN frequency is equivalent to every sample, so it finds the first).
+  auto hint = samples.end();
+  if (!samples.empty() && !(std::prev(hint)->sample.frequency() < f)) {
+    hint = samples.lower_bound(f);
+    if (hint != samples.end() && !(f < hint->sample.frequency())) {
+      throw std::runtime_error(
+          detail::message("S-matrix sample at ", f, " Hz is already available"));
+    }
+  }
+  return hint;
+}
+
+// Where a model over m's band goes. Throws add's failures.
+detail::ModelSet::const_iterator model_position(const detail::ModelSet& models,
+                                                const std::vector<PortDataName>& names,
+                                                const SMatrixModel& m) {
+  check_port_data(
+      m.begin_port_data(), m.end_port_data(), names,
+      "Port data of S-model and S-container must be identical\n  model:", "\n  container:");
+  // The stored bands form a chain under less_freq, so the models below m are a prefix and the
+  // models above m a suffix; the first one not below m is the lowest overlapping model if any.
+  auto position = models.lower_bound(m);
+  if (position != models.end() && !models.key_comp()(m, *position)) {
+    throw std::runtime_error(detail::message("S-matrix model at [", m.from(), " , ", m.to(),
+                                             "] Hz overlaps with an existing model at [",
+                                             position->from(), " , ", position->to(), "] Hz"));
+  }
+  return position;
+}
+
+}  // namespace
+
+const SMatrixSample& SMatrixContainer::SampleIterator::operator*() const {
+  return ContainerStorage::position(*this)->sample;
+}
+
+SMatrixContainer::SampleIterator& SMatrixContainer::SampleIterator::operator++() {
+  *this = ContainerStorage::iterator(std::next(ContainerStorage::position(*this)));
+  return *this;
+}
+
+SMatrixContainer::SampleIterator& SMatrixContainer::SampleIterator::operator--() {
+  *this = ContainerStorage::iterator(std::prev(ContainerStorage::position(*this)));
+  return *this;
+}
+
+bool SMatrixContainer::SampleIterator::operator==(const SampleIterator& other) const {
+  return ContainerStorage::position(*this) == ContainerStorage::position(other);
+}
+
+SMatrixContainer::SMatrixContainer(std::size_t nbPorts)
+    : SMatrixEvaluator(nbPorts), storage_(std::make_unique<ContainerStorage>()) {
   reset(nbPorts, {});
 }
 
 SMatrixContainer::SMatrixContainer(std::size_t nbPorts, const std::vector<PortDataName>& names)
-    : SMatrixEvaluator(nbPorts) {
+    : SMatrixEvaluator(nbPorts), storage_(std::make_unique<ContainerStorage>()) {
   reset(nbPorts, names);
 }
 
-SMatrixContainer::SMatrixContainer(const SMatrixContainer& other) = default;
+SMatrixContainer::SMatrixContainer(const SMatrixContainer& other)
+    : SMatrixEvaluator(other),
+      port_names_(other.port_names_),
+      port_data_names_(other.port_data_names_),
+      properties_(other.properties_),
+      storage_(std::make_unique<ContainerStorage>(*other.storage_)) {}
 
 SMatrixContainer& SMatrixContainer::operator=(const SMatrixContainer& other) {
   // Copy first, then take the copy over: a failing copy leaves this container as it was.
@@ -136,8 +228,7 @@ SMatrixContainer::SMatrixContainer(SMatrixContainer&& other)
       port_names_(std::move(other.port_names_)),
       port_data_names_(std::move(other.port_data_names_)),
       properties_(std::move(other.properties_)),
-      samples_(std::move(other.samples_)),
-      models_(std::move(other.models_)) {
+      storage_(std::exchange(other.storage_, std::make_unique<ContainerStorage>())) {
   other.properties_.clear();
   other.reset(0, {});
 }
@@ -148,8 +239,7 @@ SMatrixContainer& SMatrixContainer::operator=(SMatrixContainer&& other) {
   port_names_ = std::move(other.port_names_);
   port_data_names_ = std::move(other.port_data_names_);
   properties_ = std::move(other.properties_);
-  samples_ = std::move(other.samples_);
-  models_ = std::move(other.models_);
+  storage_ = std::exchange(other.storage_, std::make_unique<ContainerStorage>());
   other.properties_.clear();
   other.reset(0, {});
   return *this;
@@ -172,83 +262,68 @@ void SMatrixContainer::reset(std::size_t nbPorts, const std::vector<PortDataName
   port_names_.resize(nbPorts);
   for (std::size_t i = 0; i < nbPorts; ++i)
     port_names_[i] = "port_" + std::to_string(i);
-  // The maps keep their indices: after a change of port count the former global map is found
-  // at its old index, now as a port's map. This is deliberate and kept.
+  // The maps keep their indices rather than their roles: after a change of port count the
+  // former global map is the map of port <old N>, and the global map is whatever stands at
+  // index N (a fresh empty map when the count grew).
   properties_.resize(nbPorts + 1);
   clear_samples();
-  models_.clear();
+  clear_models();
   port_data_names_ = std::move(sorted);
 }
 
-detail::SampleSet::const_iterator SMatrixContainer::sample_position(const SMatrixSample& s) const {
-  if (!conforms(s.begin_port_data(), s.end_port_data(), port_data_names_)) {
-    std::string text = "Port data of S-sample and S-container must be identical:  sample:";
-    append_keys(text, s.begin_port_data(), s.end_port_data());
-    text += ":  container:";
-    append_names(text, port_data_names_);
-    throw std::runtime_error(text);
-  }
-  const double f = s.frequency();
-  // Readers and loaders add in ascending frequency: the common case appends at the end in
-  // constant time. Otherwise the first sample not below f is the only candidate for an
-  // equivalent one (a NaN frequency is equivalent to every sample, so it finds the first).
-  auto hint = samples_.end();
-  if (!samples_.empty() && !(std::prev(hint)->sample.frequency() < f)) {
-    hint = samples_.lower_bound(f);
-    if (hint != samples_.end() && !(f < hint->sample.frequency())) {
-      throw std::runtime_error(
-          detail::message("S-matrix sample at ", f, " Hz is already available"));
-    }
-  }
-  return hint;
-}
-
 void SMatrixContainer::add(const SMatrixSample& s) {
-  samples_.emplace_hint(sample_position(s), s);
+  storage_->samples.emplace_hint(sample_position(storage_->samples, port_data_names_, s), s);
 }
 
 void SMatrixContainer::add(SMatrixSample&& s) {
-  samples_.emplace_hint(sample_position(s), std::move(s));
-}
-
-detail::ModelSet::const_iterator SMatrixContainer::model_position(const SMatrixModel& m) const {
-  if (m.from() > m.to()) {
-    throw std::runtime_error(
-        detail::message("invalid frequency range [", m.from(), " , ", m.to(), "]"));
-  }
-  if (!conforms(m.begin_port_data(), m.end_port_data(), port_data_names_)) {
-    std::string text = "Port data of S-model and S-container must be identical\n  model:";
-    append_keys(text, m.begin_port_data(), m.end_port_data());
-    text += "\n  container:";
-    append_names(text, port_data_names_);
-    throw std::runtime_error(text);
-  }
-  // The stored bands form a chain under less_freq, so the models below m are a prefix and the
-  // models above m a suffix; the first one not below m is the lowest overlapping model if any.
-  auto position = models_.lower_bound(m);
-  if (position != models_.end() && !models_.key_comp()(m, *position)) {
-    throw std::runtime_error(detail::message("S-matrix model at [", m.from(), " , ", m.to(),
-                                             "] Hz overlaps with an existing model at [",
-                                             position->from(), " , ", position->to(), "] Hz"));
-  }
-  return position;
+  auto& samples = storage_->samples;
+  samples.emplace_hint(sample_position(samples, port_data_names_, s), std::move(s));
 }
 
 void SMatrixContainer::add(const SMatrixModel& m) {
-  models_.emplace_hint(model_position(m), m);
+  storage_->models.emplace_hint(model_position(storage_->models, port_data_names_, m), m);
 }
 
 void SMatrixContainer::add(SMatrixModel&& m) {
-  models_.emplace_hint(model_position(m), std::move(m));
+  auto& models = storage_->models;
+  models.emplace_hint(model_position(models, port_data_names_, m), std::move(m));
+}
+
+std::size_t SMatrixContainer::nbSamples() const {
+  return storage_->samples.size();
+}
+
+std::size_t SMatrixContainer::nbModels() const {
+  return storage_->models.size();
+}
+
+bool SMatrixContainer::empty() const {
+  return storage_->samples.empty() && storage_->models.empty();
+}
+
+SMatrixContainer::SampleIterator SMatrixContainer::begin_samples() const {
+  return ContainerStorage::iterator(storage_->samples.begin());
+}
+
+SMatrixContainer::SampleIterator SMatrixContainer::end_samples() const {
+  return ContainerStorage::iterator(storage_->samples.end());
+}
+
+SMatrixContainer::ModelIterator SMatrixContainer::begin_models() const {
+  return storage_->models.begin();
+}
+
+SMatrixContainer::ModelIterator SMatrixContainer::end_models() const {
+  return storage_->models.end();
 }
 
 std::string& SMatrixContainer::name(std::size_t i) {
-  if (i >= port_names_.size()) throw std::runtime_error("port index out of bounds");
+  if (i >= port_names_.size()) detail::throw_port_out_of_bounds();
   return port_names_[i];
 }
 
 const std::string& SMatrixContainer::name(std::size_t i) const {
-  if (i >= port_names_.size()) throw std::runtime_error("port index out of bounds");
+  if (i >= port_names_.size()) detail::throw_port_out_of_bounds();
   return port_names_[i];
 }
 
@@ -323,13 +398,12 @@ void SMatrixContainer::clear_properties() {
 }
 
 void SMatrixContainer::clear_samples() {
-  // A fresh set rather than clear(): the nodes' arena goes with the old one, and a moved-from
-  // container stops sharing the arena its samples went to.
-  samples_ = detail::SampleSet();
+  // A fresh set rather than clear(): the old set's arena goes with it, returning its blocks.
+  storage_->samples = detail::SampleSet();
 }
 
 void SMatrixContainer::clear_models() {
-  models_.clear();
+  storage_->models.clear();
 }
 
 void SMatrixContainer::clear() {
@@ -337,7 +411,7 @@ void SMatrixContainer::clear() {
   for (std::size_t i = 0; i < nb_ports_; ++i)
     properties_[i].clear();
   clear_samples();
-  models_.clear();
+  clear_models();
 }
 
 bool SMatrixContainer::operator==(const SMatrixContainer& other) const {
@@ -345,16 +419,18 @@ bool SMatrixContainer::operator==(const SMatrixContainer& other) const {
       properties_ != other.properties_) {
     return false;
   }
-  if (samples_.size() != other.samples_.size() || models_.size() != other.models_.size()) {
+  const ContainerStorage& mine = *storage_;
+  const ContainerStorage& theirs = *other.storage_;
+  if (mine.samples.size() != theirs.samples.size() || mine.models.size() != theirs.models.size()) {
     return false;
   }
-  if (!std::equal(samples_.begin(), samples_.end(), other.samples_.begin(),
+  if (!std::equal(mine.samples.begin(), mine.samples.end(), theirs.samples.begin(),
                   [](const detail::StoredSample& a, const detail::StoredSample& b) {
                     return a.sample == b.sample;
                   })) {
     return false;
   }
-  return std::equal(models_.begin(), models_.end(), other.models_.begin());
+  return std::equal(mine.models.begin(), mine.models.end(), theirs.models.begin());
 }
 
 }  // namespace korvantix

@@ -8,8 +8,10 @@
 #include <utility>
 #include <vector>
 
+#include "detail/facts.hpp"
 #include "detail/message.hpp"
 #include "model/interpolation.hpp"
+#include "model/storage.hpp"
 
 namespace korvantix {
 
@@ -61,8 +63,9 @@ using detail::Polar;
 using detail::SampleSet;
 using detail::StoredSample;
 
-// Where f falls: inside a model's band, on a stored sample, or between neighbours. The
-// pointers name the same items the front-to-back walks over both sets would stop at.
+// Where f falls: inside a model's band, on a stored sample, or between neighbours: the lowest
+// model whose band reaches up to f, and the lowest sample at or above f, with their
+// predecessors.
 struct Located {
   const SMatrixModel* model_hit = nullptr;
   const StoredSample* sample_hit = nullptr;
@@ -74,12 +77,12 @@ struct Located {
 
 Located locate(const ModelSet& models, const SampleSet& samples, double f) {
   Located at;
-  // A NaN compares false with everything: the walks find neither a hit nor anything above.
+  // A NaN compares false with everything: it has neither a hit nor anything above.
   if (std::isnan(f)) return at;
   if (!models.empty()) {
     // Stored bands never overlap, so their upper edges strictly increase. Against the
     // single-point probe [f, f] a model compares lower exactly when its upper edge is below f,
-    // so lower_bound yields the first model with f <= to(): where the walk stops.
+    // so lower_bound yields the lowest model with f <= to().
     const auto m = models.lower_bound(SMatrixModel(0, f, f));
     if (m != models.end()) {
       if (m->from() <= f) {
@@ -92,7 +95,7 @@ Located locate(const ModelSet& models, const SampleSet& samples, double f) {
   }
   const auto s = samples.lower_bound(f);
   // The extra test keeps a lone NaN-frequency sample (which lower_bound returns for any f)
-  // from counting as "above": the walk's f <= frequency is false for it.
+  // from counting as "above": f <= NaN is false.
   if (s != samples.end() && f <= s->sample.frequency()) {
     if (s->sample.frequency() <= f) {
       at.sample_hit = &*s;
@@ -107,10 +110,6 @@ Located locate(const ModelSet& models, const SampleSet& samples, double f) {
 [[noreturn]] void throw_outside(const SMatrixContainer& container, double f) {
   throw std::runtime_error(detail::message(f, " Hz does not belong to [", container.from(), ", ",
                                            container.to(), "] Hz"));
-}
-
-[[noreturn]] void throw_bad_port() {
-  throw std::runtime_error("port index out of bounds");
 }
 
 // The search shared by every form. A Form supplies: Neighbour (what a lower or upper neighbour
@@ -135,7 +134,7 @@ typename Form::Value query(const SMatrixContainer& container, const ModelSet& mo
   double f_lower = 0.0;
   double f_upper = 0.0;
   // Model edges are evaluated as soon as they are found, even when a sample displaces them
-  // below: an edge whose evaluation throws fails the query just as the reference walk does.
+  // below: an edge whose evaluation throws fails the query even when a nearer sample exists.
   if (at.model_above) {
     f_upper = at.model_above->from();
     form.set_edge(upper, *at.model_above, f_upper);
@@ -263,7 +262,7 @@ struct SEntry : EntryForm<SEntry> {
   SEntry(InterpolationType type, std::size_t row, std::size_t column)
       : EntryForm<SEntry>{type}, i(row), j(column) {}
   void check(std::size_t n) const {
-    if (i >= n || j >= n) throw_bad_port();
+    if (i >= n || j >= n) detail::throw_port_out_of_bounds();
   }
   std::complex<double> of_model(const SMatrixModel& m, double f) const {
     check(m.nbPorts());
@@ -282,11 +281,11 @@ struct ZrefEntry : EntryForm<ZrefEntry> {
   std::size_t i;
   ZrefEntry(InterpolationType type, std::size_t port) : EntryForm<ZrefEntry>{type}, i(port) {}
   std::complex<double> of_model(const SMatrixModel& m, double f) const {
-    if (i >= m.nbPorts()) throw_bad_port();
+    if (i >= m.nbPorts()) detail::throw_port_out_of_bounds();
     return m.Zref(f, i);
   }
   std::complex<double> of_sample(const SMatrixSample& s) const {
-    if (i >= s.nbPorts()) throw_bad_port();
+    if (i >= s.nbPorts()) detail::throw_port_out_of_bounds();
     return s.Zref(i);
   }
   const Polar* cached(const StoredSample& s) const { return s.polar() + s.sample.S().size() + i; }
@@ -314,89 +313,77 @@ std::vector<std::complex<double>> query_each(const SMatrixContainer& container,
   return values;
 }
 
-const char* modal_name(ModalPortParameterType m) {
-  switch (m) {
-    case Zpi:
-      return "Zpi";
-    case Zpv:
-      return "Zpv";
-    case Zvi:
-      return "Zvi";
-    case Gamma:
-      return "Gamma";
-  }
-  throw std::runtime_error("modalParameter: unknown modalPortParameter");
-}
-
 }  // namespace
 
 double SMatrixContainer::from() const {
-  if (empty()) throw std::runtime_error("empty container");
-  if (samples_.empty()) return models_.begin()->from();
-  if (models_.empty()) return samples_.begin()->sample.frequency();
-  return std::min(models_.begin()->from(), samples_.begin()->sample.frequency());
+  if (empty()) detail::throw_empty_container();
+  const auto& [samples, models] = *storage_;
+  if (samples.empty()) return models.begin()->from();
+  if (models.empty()) return samples.begin()->sample.frequency();
+  return std::min(models.begin()->from(), samples.begin()->sample.frequency());
 }
 
 double SMatrixContainer::to() const {
-  if (empty()) throw std::runtime_error("empty container");
-  if (samples_.empty()) return models_.rbegin()->to();
-  if (models_.empty()) return samples_.rbegin()->sample.frequency();
-  return std::max(models_.rbegin()->to(), samples_.rbegin()->sample.frequency());
+  if (empty()) detail::throw_empty_container();
+  const auto& [samples, models] = *storage_;
+  if (samples.empty()) return models.rbegin()->to();
+  if (models.empty()) return samples.rbegin()->sample.frequency();
+  return std::max(models.rbegin()->to(), samples.rbegin()->sample.frequency());
 }
 
 bool SMatrixContainer::is_symmetric() const {
-  for (const StoredSample& s : samples_) {
+  for (const StoredSample& s : storage_->samples) {
     if (!s.sample.is_symmetric()) return false;
   }
-  for (const SMatrixModel& m : models_) {
+  for (const SMatrixModel& m : storage_->models) {
     if (!m.is_symmetric()) return false;
   }
   return true;
 }
 
 SMatrixSample SMatrixContainer::evaluate(double f, InterpolationType t) const {
-  return query(*this, models_, samples_, f, WholeSample{false, t});
+  return query(*this, storage_->models, storage_->samples, f, WholeSample{false, t});
 }
 
 SMatrixSample SMatrixContainer::evaluate_symm(double f, InterpolationType t) const {
-  return query(*this, models_, samples_, f, WholeSample{true, t});
+  return query(*this, storage_->models, storage_->samples, f, WholeSample{true, t});
 }
 
 std::complex<double> SMatrixContainer::operator()(double f, std::size_t i, std::size_t j,
                                                   InterpolationType t) const {
-  return query(*this, models_, samples_, f, SEntry(t, i, j));
+  return query(*this, storage_->models, storage_->samples, f, SEntry(t, i, j));
 }
 
 std::complex<double> SMatrixContainer::operator()(double f, const PortDataName& key,
                                                   InterpolationType t) const {
-  return query(*this, models_, samples_, f, PortDatum(t, key));
+  return query(*this, storage_->models, storage_->samples, f, PortDatum(t, key));
 }
 
 std::complex<double> SMatrixContainer::Zref(double f, std::size_t i, InterpolationType t) const {
-  return query(*this, models_, samples_, f, ZrefEntry(t, i));
+  return query(*this, storage_->models, storage_->samples, f, ZrefEntry(t, i));
 }
 
 std::complex<double> SMatrixContainer::modalParameter(double f, std::size_t port,
                                                       ModalPortParameterType m,
                                                       InterpolationType t) const {
-  return (*this)(f, PortDataName(modal_name(m), port), t);
+  return (*this)(f, detail::modal_key(port, m), t);
 }
 
 std::vector<std::complex<double>> SMatrixContainer::operator()(const std::vector<double>& freqs,
                                                                std::size_t i, std::size_t j,
                                                                InterpolationType t) const {
-  return query_each(*this, models_, samples_, freqs, SEntry(t, i, j));
+  return query_each(*this, storage_->models, storage_->samples, freqs, SEntry(t, i, j));
 }
 
 std::vector<std::complex<double>> SMatrixContainer::operator()(const std::vector<double>& freqs,
                                                                const PortDataName& key,
                                                                InterpolationType t) const {
-  return query_each(*this, models_, samples_, freqs, PortDatum(t, key));
+  return query_each(*this, storage_->models, storage_->samples, freqs, PortDatum(t, key));
 }
 
 std::vector<std::complex<double>> SMatrixContainer::Zref(const std::vector<double>& freqs,
                                                          std::size_t i, InterpolationType t) const {
-  return query_each(*this, models_, samples_, freqs, ZrefEntry(t, i));
+  return query_each(*this, storage_->models, storage_->samples, freqs, ZrefEntry(t, i));
 }
 
 }  // namespace korvantix

@@ -4,6 +4,7 @@
 #include <numeric>
 #include <stdexcept>
 
+#include "detail/facts.hpp"
 #include "detail/message.hpp"
 
 namespace korvantix {
@@ -45,12 +46,12 @@ SMatrixEvaluator* SMatrixContainerEvaluator::clone() const {
 }
 
 double SMatrixContainerEvaluator::from() const {
-  if (by_frequency_.empty()) throw std::runtime_error("empty container");
+  if (by_frequency_.empty()) detail::throw_empty_container();
   return frequencies_[by_frequency_.front()];
 }
 
 double SMatrixContainerEvaluator::to() const {
-  if (by_frequency_.empty()) throw std::runtime_error("empty container");
+  if (by_frequency_.empty()) detail::throw_empty_container();
   return frequencies_[by_frequency_.back()];
 }
 
@@ -79,7 +80,7 @@ std::vector<std::complex<double>> SMatrixContainerEvaluator::Zref(std::size_t i)
   std::vector<std::complex<double>> values;
   values.reserve(samples_.size());
   for (const SMatrixSample& s : samples_) {
-    if (i >= s.nbPorts()) throw std::runtime_error("port index out of bounds");
+    if (i >= s.nbPorts()) detail::throw_port_out_of_bounds();
     values.push_back(s.Zref(i));
   }
   return values;
@@ -90,7 +91,7 @@ std::vector<std::complex<double>> SMatrixContainerEvaluator::operator()(std::siz
   std::vector<std::complex<double>> values;
   values.reserve(samples_.size());
   for (const SMatrixSample& s : samples_) {
-    if (i >= s.nbPorts() || j >= s.nbPorts()) throw std::runtime_error("port index out of bounds");
+    if (i >= s.nbPorts() || j >= s.nbPorts()) detail::throw_port_out_of_bounds();
     values.push_back(s(i, j));
   }
   return values;

@@ -2,19 +2,16 @@
 
 // The element rule of the container's interpolation between a lower and an upper neighbour.
 
-#include <korvantix/container.hpp>
 #include <korvantix/evaluator.hpp>
 
 #include <cmath>
 #include <complex>
 #include <cstddef>
 
-namespace korvantix::detail {
+#include "detail/facts.hpp"
+#include "model/storage.hpp"
 
-// The literal constants of the phase unwrapping; M_PI is not portable and a computed pi could
-// differ in its last bit.
-inline constexpr double kPi = 3.141592653589793;
-inline constexpr double kTwoPi = 6.283185307179586;
+namespace korvantix::detail {
 
 // The polar form exactly as the container caches it for every stored entry.
 inline Polar polar_of(const std::complex<double>& z) {

@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
+#include "detail/facts.hpp"
 #include "detail/message.hpp"
-#include "model/interpolation.hpp"
 
 namespace korvantix {
 

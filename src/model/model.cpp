@@ -2,10 +2,10 @@
 
 #include <korvantix/scalar.hpp>
 
-#include <limits>
 #include <stdexcept>
 #include <utility>
 
+#include "detail/facts.hpp"
 #include "detail/message.hpp"
 
 namespace korvantix {
@@ -49,15 +49,6 @@ bool all_equal(const std::vector<ScalarModelPtr>& a, const std::vector<ScalarMod
   return true;
 }
 
-std::size_t matrix_size(std::size_t nb_ports) {
-  // N * N must not wrap around: a wrapped size would allocate a small matrix that the unchecked
-  // accessors then overrun.
-  if (nb_ports != 0 && nb_ports > std::numeric_limits<std::size_t>::max() / nb_ports) {
-    throw std::runtime_error(detail::message("S-matrix of ", nb_ports, " ports is too large"));
-  }
-  return nb_ports * nb_ports;
-}
-
 }  // namespace
 
 SMatrixModel::SMatrixModel(std::size_t nbPorts, double from, double to)
@@ -65,7 +56,7 @@ SMatrixModel::SMatrixModel(std::size_t nbPorts, double from, double to)
   // The band is checked before the N * N + N entry models are made, so a refused band costs
   // nothing.
   setFrequencyRange(from, to);
-  s_ = default_models(matrix_size(nbPorts));
+  s_ = default_models(detail::matrix_size(nbPorts));
   zref_ = default_models(nbPorts);
 }
 
@@ -156,36 +147,31 @@ void SMatrixModel::check_in_band(double frequency) const {
   }
 }
 
-SMatrixSample SMatrixModel::evaluate(double frequency, InterpolationType) const {
+SMatrixSample SMatrixModel::evaluate_at(double frequency, bool symmetric) const {
   check_in_band(frequency);
   const std::size_t n = nb_ports_;
   SMatrixSample sample(n, frequency, port_data_names());
+  // Row by row, each row's reference impedance first: an entry model that throws fails the
+  // evaluation at the same entry whichever form is asked for.
   for (std::size_t i = 0; i < n; ++i) {
     sample.Zref(i) = zref_[i]->evaluate(frequency);
-    for (std::size_t j = 0; j < n; ++j)
-      sample(i, j) = s_[i * n + j]->evaluate(frequency);
+    for (std::size_t j = symmetric ? i : 0; j < n; ++j) {
+      const std::complex<double> value = s_[i * n + j]->evaluate(frequency);
+      sample(i, j) = value;
+      if (symmetric) sample(j, i) = value;
+    }
   }
   for (const auto& entry : port_data_)
     sample(entry.first) = entry.second->evaluate(frequency);
   return sample;
 }
 
+SMatrixSample SMatrixModel::evaluate(double frequency, InterpolationType) const {
+  return evaluate_at(frequency, false);
+}
+
 SMatrixSample SMatrixModel::evaluate_symm(double frequency, InterpolationType) const {
-  check_in_band(frequency);
-  const std::size_t n = nb_ports_;
-  SMatrixSample sample(n, frequency, port_data_names());
-  for (std::size_t i = 0; i < n; ++i) {
-    sample.Zref(i) = zref_[i]->evaluate(frequency);
-    sample(i, i) = s_[i * n + i]->evaluate(frequency);
-    for (std::size_t j = i + 1; j < n; ++j) {
-      const std::complex<double> value = s_[i * n + j]->evaluate(frequency);
-      sample(i, j) = value;
-      sample(j, i) = value;
-    }
-  }
-  for (const auto& entry : port_data_)
-    sample(entry.first) = entry.second->evaluate(frequency);
-  return sample;
+  return evaluate_at(frequency, true);
 }
 
 std::complex<double> SMatrixModel::operator()(double f, std::size_t i, std::size_t j) const {

@@ -6,23 +6,21 @@
 #include <string>
 #include <vector>
 
+#include "detail/facts.hpp"
 #include "detail/message.hpp"
+#include "model/storage.hpp"
 
 namespace korvantix {
 
 namespace {
 
-[[noreturn]] void throw_bad_port() {
-  throw std::runtime_error("port index out of bounds");
-}
-
 // Sample and model permutations trust p blindly. A container may hold an item whose port count
 // differs from its own (add does not compare them), so each item is checked to map its ports
 // into itself before it is handed over.
 void check_maps_into(const std::vector<std::size_t>& p, std::size_t n) {
-  if (n > p.size()) throw_bad_port();
+  if (n > p.size()) detail::throw_port_out_of_bounds();
   for (std::size_t i = 0; i < n; ++i) {
-    if (p[i] >= n) throw_bad_port();
+    if (p[i] >= n) detail::throw_port_out_of_bounds();
   }
 }
 
@@ -54,12 +52,13 @@ SMatrixContainer SMatrixContainer::permute(const std::vector<std::size_t>& p) co
   remapped.reserve(port_data_names_.size());
   for (const PortDataName& key : port_data_names_) {
     // A port-data index need not name an existing port; it cannot be remapped then.
-    if (key.second >= p.size()) throw_bad_port();
+    if (key.second >= p.size()) detail::throw_port_out_of_bounds();
     remapped.emplace_back(key.first, p[key.second]);
   }
   SMatrixContainer result(nbPorts(), remapped);
   for (std::size_t i = 0; i < p.size(); ++i) {
-    if (i >= port_names_.size() || p[i] >= result.port_names_.size()) throw_bad_port();
+    if (i >= port_names_.size() || p[i] >= result.port_names_.size())
+      detail::throw_port_out_of_bounds();
     // Two source ports of one name land on the same result port: the later one wins.
     result.port_names_[p[i]] = port_names_[i];
   }
@@ -69,11 +68,11 @@ SMatrixContainer SMatrixContainer::permute(const std::vector<std::size_t>& p) co
     for (const auto& [key, value] : properties_[i])
       result.add_port_property(p[i], key, value);
   }
-  for (const detail::StoredSample& stored : samples_) {
+  for (const detail::StoredSample& stored : storage_->samples) {
     check_maps_into(p, stored.sample.nbPorts());
     result.add(stored.sample.permute(p));
   }
-  for (const SMatrixModel& model : models_) {
+  for (const SMatrixModel& model : storage_->models) {
     check_maps_into(p, model.nbPorts());
     result.add(model.permute(p));
   }

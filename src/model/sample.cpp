@@ -2,37 +2,18 @@
 #include <korvantix/model.hpp>
 
 #include <algorithm>
-#include <limits>
 #include <stdexcept>
 #include <utility>
 
+#include "detail/facts.hpp"
 #include "detail/message.hpp"
 
 namespace korvantix {
 
 namespace {
 
-constexpr const char* kModalNames[] = {"Zpi", "Zpv", "Zvi", "Gamma"};
-
 [[noreturn]] void throw_not_available(const PortDataName& key) {
   throw std::runtime_error(detail::message(key.first, "[", key.second, "] is not available"));
-}
-
-PortDataName modal_key(std::size_t port, ModalPortParameterType type) {
-  // The enumeration has a fixed 32-bit type, so a code such as 7 read from a file reaches here
-  // as a valid value and must be refused rather than used as a table index.
-  const auto code = static_cast<std::int32_t>(type);
-  if (code < 0 || code > 3) throw std::runtime_error("modalParameter: unknown modalPortParameter");
-  return {kModalNames[code], port};
-}
-
-std::size_t matrix_size(std::size_t nb_ports) {
-  // N * N must not wrap around: a wrapped size would allocate a small matrix that the unchecked
-  // accessors then overrun.
-  if (nb_ports != 0 && nb_ports > std::numeric_limits<std::size_t>::max() / nb_ports) {
-    throw std::runtime_error(detail::message("S-matrix of ", nb_ports, " ports is too large"));
-  }
-  return nb_ports * nb_ports;
 }
 
 bool same_key(const PortDataName& a, const PortDataName& b) {
@@ -76,7 +57,10 @@ bool SMatrixEvaluator::equal(const SMatrixEvaluator* a, const SMatrixEvaluator* 
 }
 
 SMatrixSample::SMatrixSample(std::size_t nbPorts, double frequency)
-    : SMatrixEvaluator(nbPorts), frequency_(frequency), s_(matrix_size(nbPorts)), zref_(nbPorts) {}
+    : SMatrixEvaluator(nbPorts),
+      frequency_(frequency),
+      s_(detail::matrix_size(nbPorts)),
+      zref_(nbPorts) {}
 
 SMatrixSample::SMatrixSample(std::size_t nbPorts, double frequency,
                              const std::vector<PortDataName>& names)
@@ -175,12 +159,12 @@ void SMatrixSample::set(const PortDataName& key, const std::complex<double>& val
 }
 
 std::complex<double>& SMatrixSample::modalParameter(std::size_t port, ModalPortParameterType type) {
-  return (*this)(modal_key(port, type));
+  return (*this)(detail::modal_key(port, type));
 }
 
 const std::complex<double>& SMatrixSample::modalParameter(std::size_t port,
                                                           ModalPortParameterType type) const {
-  return (*this)(modal_key(port, type));
+  return (*this)(detail::modal_key(port, type));
 }
 
 std::vector<PortDataName> SMatrixSample::port_data_names() const {

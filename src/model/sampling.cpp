@@ -47,8 +47,8 @@ struct RankOrder {
 };
 
 // Every sample frequency and every model band edge. A NaN sample frequency compares false with
-// everything, so what the set holds then depends on the order of insertion: each caller keeps
-// the order it has always used.
+// everything, so what the set holds then depends on the order of insertion: the plans insert
+// the samples first, minNbSamples the models first, and with a NaN sample the two may differ.
 enum InsertionOrder { SamplesFirst, ModelsFirst };
 std::set<double> discrete_set(const SMatrixContainer& c, InsertionOrder order) {
   std::set<double> all;
@@ -151,50 +151,59 @@ std::pair<double, std::size_t> optimal_switch_frequency(const std::vector<double
   return {best_frequency, best.first + 1};
 }
 
-std::vector<double> fill_gaps(const std::vector<double>& kept, std::size_t n, SamplingType type) {
-  if (type != Linear && type != Logarithmic) {
-    throw std::runtime_error(unsupported_sampling_type(type));
-  }
-  const std::size_t gap_count = kept.size() - 1;
-  const std::size_t extra = n - kept.size();
-  const double extra_d = static_cast<double>(extra);
-  std::vector<std::size_t> counts(gap_count, 0);
-  std::vector<double> ratios;  // logarithmic step base per gap
+namespace {
 
+// How many extra points each gap of `kept` gets, with what its spacing needs to rank it.
+struct GapShares {
+  std::vector<std::size_t> counts;
+  std::vector<double> ratios;  // logarithmic step base per gap (Logarithmic only)
+};
+
+// Each gap's floored share of the extra points, proportional to its width (Linear) or to its
+// logarithmic width (Logarithmic).
+GapShares proportional_shares(const std::vector<double>& kept, std::size_t n, SamplingType type) {
+  const std::size_t gap_count = kept.size() - 1;
+  const double extra = static_cast<double>(n - kept.size());
+  GapShares shares{std::vector<std::size_t>(gap_count, 0), {}};
   if (type == Linear) {
     const double total = kept.back() - kept.front();
-    for (std::size_t g = 0; g < gap_count; ++g) {
-      counts[g] = to_count(std::floor((kept[g + 1] - kept[g]) * extra_d / total));
-    }
-  } else {
-    // Geometric grids start at 1 Hz at the lowest, so a range that never rises above 1 Hz has
-    // no room for a single logarithmic point.
-    if (!(kept.back() > 1.0)) {
-      throw std::runtime_error(message("Unable to obtain ", n, " samples:\n",
-                                       "Logarithmic sampling needs frequencies above 1 Hz"));
-    }
-    const double first = kept.front() > 1.0 ? kept.front() : 1.0;
-    const double log_range = std::log(kept.back() / first);
-    ratios.resize(gap_count);
-    for (std::size_t g = 0; g < gap_count; ++g) {
-      const double base = kept[g] > 1.0 ? kept[g] : 1.0;
-      ratios[g] = kept[g + 1] / base;
-      counts[g] = to_count(std::floor(std::log(ratios[g]) * extra_d / log_range));
-    }
+    for (std::size_t g = 0; g < gap_count; ++g)
+      shares.counts[g] = to_count(std::floor((kept[g + 1] - kept[g]) * extra / total));
+    return shares;
   }
+  // Geometric grids start at 1 Hz at the lowest, so a range that never rises above 1 Hz has
+  // no room for a single logarithmic point.
+  if (!(kept.back() > 1.0)) {
+    throw std::runtime_error(message("Unable to obtain ", n, " samples:\n",
+                                     "Logarithmic sampling needs frequencies above 1 Hz"));
+  }
+  const double first = kept.front() > 1.0 ? kept.front() : 1.0;
+  const double log_range = std::log(kept.back() / first);
+  shares.ratios.resize(gap_count);
+  for (std::size_t g = 0; g < gap_count; ++g) {
+    const double base = kept[g] > 1.0 ? kept[g] : 1.0;
+    shares.ratios[g] = kept[g + 1] / base;
+    shares.counts[g] = to_count(std::floor(std::log(shares.ratios[g]) * extra / log_range));
+  }
+  return shares;
+}
 
+// Hands the points the floored shares left over to the gaps one at a time, each to the gap
+// whose next step would be the largest.
+void distribute_remainder(const std::vector<double>& kept, std::size_t extra, SamplingType type,
+                          GapShares& shares) {
+  std::vector<std::size_t>& counts = shares.counts;
   std::size_t assigned = 0;
   for (std::size_t count : counts) {
     if (count > extra - assigned) throw std::runtime_error("internal error");
     assigned += count;
   }
-
   auto rank = [&](std::size_t g) {
     const double next = static_cast<double>(counts[g] + 1);
-    return type == Linear ? (kept[g + 1] - kept[g]) / next : std::pow(ratios[g], 1.0 / next);
+    return type == Linear ? (kept[g + 1] - kept[g]) / next : std::pow(shares.ratios[g], 1.0 / next);
   };
   std::priority_queue<GapRank, std::vector<GapRank>, RankOrder> heap;
-  for (std::size_t g = 0; g < gap_count; ++g) {
+  for (std::size_t g = 0; g < counts.size(); ++g) {
     const double value = rank(g);
     if (value > 0.0) heap.push({value, g});
   }
@@ -209,12 +218,18 @@ std::vector<double> fill_gaps(const std::vector<double>& kept, std::size_t n, Sa
     const double value = rank(g);
     if (value > 0.0) heap.push({value, g});
   }
+}
 
+}  // namespace
+
+std::vector<double> fill_gaps(const std::vector<double>& kept, std::size_t n, SamplingType type) {
+  GapShares shares = proportional_shares(kept, n, type);
+  distribute_remainder(kept, n - kept.size(), type, shares);
   std::vector<double> result;
   result.reserve(n);
-  for (std::size_t g = 0; g < gap_count; ++g) {
+  for (std::size_t g = 0; g + 1 < kept.size(); ++g) {
     const SMatrixModel gap(0, kept[g], kept[g + 1]);
-    const std::vector<double> inner = gap.sample_frequencies(counts[g], type, false);
+    const std::vector<double> inner = gap.sample_frequencies(shares.counts[g], type, false);
     result.insert(result.end(), inner.begin(), inner.end());
   }
   result.insert(result.end(), kept.begin(), kept.end());

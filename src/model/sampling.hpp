@@ -35,7 +35,7 @@ std::pair<double, std::size_t> optimal_switch_frequency(const std::vector<double
 /// points with Linear or Logarithmic spacing, keeping every element of `kept`.
 /// Throws std::runtime_error "internal error" when the proportional shares exceed the extra
 /// count, "Unable to obtain <n> samples:\nLogarithmic sampling needs frequencies above 1 Hz"
-/// for a Logarithmic plan whose range ends at or below 1 Hz, and the unsupported-type error.
+/// for a Logarithmic plan whose range ends at or below 1 Hz.
 std::vector<double> fill_gaps(const std::vector<double>& kept, std::size_t n, SamplingType type);
 
 /// Ten rounded points per decade from 1e4 Hz to 1e9 Hz and one per decade from 1 Hz to 1e4 Hz,

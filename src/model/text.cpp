@@ -70,7 +70,7 @@ std::ostream& operator<<(std::ostream& out, const SMatrixContainer& container) {
       out << "\n\t" << property.first << " = " << property.second;
     }
   }
-  // The heading introduces both the samples and the models; its established wording is kept.
+  // One heading, "Port models:", introduces both the samples and the models.
   out << "\nPort models: ";
   for (auto it = container.begin_samples(); it != container.end_samples(); ++it) {
     out << "\n" << *it;

@@ -3,16 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
+#include "detail/facts.hpp"
 #include "scalar/checks.hpp"
 #include "scalar/complex_division.hpp"
 
 namespace korvantix {
-
-namespace {
-
-constexpr double kTwoPi = 6.283185307179586;
-
-}  // namespace
 
 PoleZeroModel::PoleZeroModel(double scale, const std::vector<std::complex<double>>& poles,
                              const std::vector<std::complex<double>>& residues,
@@ -96,7 +91,7 @@ void PoleZeroModel::evaluate(const std::vector<double>& freqs,
                              std::vector<std::complex<double>>& /*work*/) const {
   detail::check_residues(poles_, residues_);
   values.resize(freqs.size());
-  const double c = kTwoPi / scale_;
+  const double c = detail::kTwoPi / scale_;
   // Blocks of frequencies, pole by pole: every frequency still gets d + e*s and then the pole
   // terms in pole order, exactly the operations of the single form.
   constexpr std::size_t kBlock = 128;
@@ -122,7 +117,7 @@ void PoleZeroModel::evaluate(const std::vector<double>& freqs,
 
 std::complex<double> PoleZeroModel::evaluate(double freq) const {
   detail::check_residues(poles_, residues_);
-  const double c = kTwoPi / scale_;
+  const double c = detail::kTwoPi / scale_;
   const std::complex<double> s(0.0, freq * c);
   std::complex<double> h = constantFactor_ + linearFactor_ * s;
   for (std::size_t k = 0; k < poles_.size(); ++k)
@@ -133,7 +128,7 @@ std::complex<double> PoleZeroModel::evaluate(double freq) const {
 // With respect to the frequency in hertz: ds/df = j*c.
 std::complex<double> PoleZeroModel::evaluate_derivative(double freq) const {
   detail::check_residues(poles_, residues_);
-  const double c = kTwoPi / scale_;
+  const double c = detail::kTwoPi / scale_;
   const std::complex<double> s(0.0, freq * c);
   std::complex<double> sum;
   for (std::size_t k = 0; k < poles_.size(); ++k) {
@@ -145,7 +140,7 @@ std::complex<double> PoleZeroModel::evaluate_derivative(double freq) const {
 
 std::complex<double> PoleZeroModel::evaluate_derivative_2(double freq) const {
   detail::check_residues(poles_, residues_);
-  const double c = kTwoPi / scale_;
+  const double c = detail::kTwoPi / scale_;
   const std::complex<double> s(0.0, freq * c);
   std::complex<double> sum;
   for (std::size_t k = 0; k < poles_.size(); ++k) {

@@ -56,8 +56,8 @@ std::complex<double> RationalModel::evaluate_derivative(double freq) const {
 std::complex<double> RationalModel::evaluate_derivative_2(double freq) const {
   scale_freq(freq);
   // Value and first derivative are taken through the public operations with the frequency
-  // already scaled, so they scale it a second time. Long-standing behaviour, kept on purpose;
-  // with scale 1 this is the exact second derivative of N/D.
+  // already scaled, so they scale it a second time: the result is defined that way (see
+  // scalar.hpp), and with scale 1 it is the exact second derivative of N/D.
   const std::complex<double> value = evaluate(freq);
   const std::complex<double> slope = evaluate_derivative(freq);
   const std::complex<double> n2 = PolynomialModel::evaluate_derivative_2(nominator_, freq);

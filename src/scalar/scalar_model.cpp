@@ -56,8 +56,8 @@ bool ScalarModel::equal(const ScalarModel* other) const {
     case Product:
       return equal_as<ScalarOperator<ProductTraits>>(this, other);
     default:
-      // Deliberately includes 6: causality-enforced splines never compare equal through this
-      // test, not even to themselves. Long-standing behaviour that callers depend on; keep it.
+      // Code 6 included: a causality-enforced spline never compares equal through this test,
+      // not even to itself, and callers depend on that.
       return false;
   }
 }

@@ -5,6 +5,8 @@
 #include <limits>
 #include <numeric>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include "detail/message.hpp"
 
@@ -15,7 +17,7 @@ namespace {
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 
 [[noreturn]] void throw_duplicate(double freq) {
-  // No blank before the number: the text has always read this way.
+  // No blank before the number: the text is exact, and callers match it as it stands.
   throw std::runtime_error(
       detail::message("The FittedScalarModel already contains a sample at", freq, " Hz"));
 }
@@ -53,6 +55,48 @@ std::complex<double> backward(Transformation::Type transformation, const std::co
 template <class T>
 void make_room(std::vector<T>& v) {
   if (v.size() == v.capacity()) v.reserve(v.empty() ? 8 : 2 * v.size());
+}
+
+using SamplePairs = std::vector<std::pair<double, std::complex<double>>>;
+
+// The list indices of the samples with a frequency, ordered by it; equal frequencies keep their
+// list order, so the first of a group is the one a one-by-one fill would have accepted.
+std::vector<std::size_t> frequency_order(const SamplePairs& samples) {
+  std::vector<std::size_t> order(samples.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  order.erase(std::remove_if(order.begin(), order.end(),
+                             [&](std::size_t j) { return std::isnan(samples[j].first); }),
+              order.end());
+  std::stable_sort(order.begin(), order.end(), [&](std::size_t x, std::size_t y) {
+    return samples[x].first < samples[y].first;
+  });
+  return order;
+}
+
+// The list index of the sample at which a one-by-one fill would first fail, or samples.size():
+// the first NaN frequency, or the earliest sample that repeats a frequency held before the call
+// or one that came earlier in the list.
+std::size_t first_refused(const SamplePairs& samples, const std::vector<std::size_t>& order,
+                          const std::vector<double>& held) {
+  std::size_t first = samples.size();
+  for (std::size_t j = 0; j < samples.size(); ++j) {
+    if (std::isnan(samples[j].first)) {
+      first = j;
+      break;
+    }
+  }
+  for (std::size_t g = 0; g < order.size();) {
+    std::size_t end = g + 1;
+    while (end < order.size() && samples[order[end]].first == samples[order[g]].first)
+      ++end;
+    if (std::binary_search(held.begin(), held.end(), samples[order[g]].first)) {
+      first = std::min(first, order[g]);
+    } else if (end - g > 1) {
+      first = std::min(first, order[g + 1]);
+    }
+    g = end;
+  }
+  return first;
 }
 
 }  // namespace
@@ -102,49 +146,19 @@ void FittedScalarModel::addSample(double freq, const std::complex<double>& value
 
 void FittedScalarModel::addSamples(
     const std::vector<std::pair<double, std::complex<double>>>& samples) {
-  const std::size_t count = samples.size();
-  // Order the new samples by frequency; equal frequencies keep their list order, so the first
-  // of a group is the one a one-by-one fill would have accepted.
-  std::vector<std::size_t> order(count);
-  std::iota(order.begin(), order.end(), std::size_t{0});
-  std::size_t first_bad = count;
-  for (std::size_t j = 0; j < count; ++j) {
-    if (std::isnan(samples[j].first)) {
-      first_bad = j;
-      break;
-    }
-  }
-  order.erase(std::remove_if(order.begin(), order.end(),
-                             [&](std::size_t j) { return std::isnan(samples[j].first); }),
-              order.end());
-  std::stable_sort(order.begin(), order.end(), [&](std::size_t x, std::size_t y) {
-    return samples[x].first < samples[y].first;
-  });
-  // The first failure of a one-by-one fill: the earliest sample that repeats a frequency held
-  // before the call or one that came earlier in the list.
-  for (std::size_t g = 0; g < order.size();) {
-    std::size_t end = g + 1;
-    while (end < order.size() && samples[order[end]].first == samples[order[g]].first)
-      ++end;
-    const double freq = samples[order[g]].first;
-    const bool held = std::binary_search(sample_freqs_.begin(), sample_freqs_.end(), freq);
-    if (held) {
-      first_bad = std::min(first_bad, order[g]);
-    } else if (end - g > 1) {
-      first_bad = std::min(first_bad, order[g + 1]);
-    }
-    g = end;
-  }
-  if (first_bad < count) {
-    const double freq = samples[first_bad].first;
+  const std::vector<std::size_t> order = frequency_order(samples);
+  const std::size_t refused = first_refused(samples, order, sample_freqs_);
+  if (refused < samples.size()) {
+    const double freq = samples[refused].first;
     if (std::isnan(freq)) throw_not_a_number(freq);
     throw_duplicate(freq);
   }
 
+  // Merge the ordered new samples into the held ones.
   std::vector<double> freqs;
   std::vector<std::complex<double>> values;
-  freqs.reserve(sample_freqs_.size() + count);
-  values.reserve(sample_freqs_.size() + count);
+  freqs.reserve(sample_freqs_.size() + samples.size());
+  values.reserve(sample_freqs_.size() + samples.size());
   std::size_t held = 0;
   for (std::size_t j : order) {
     const double freq = samples[j].first;
@@ -270,8 +284,8 @@ std::complex<double> StaticTableModel::evaluate_fit(double freq) const {
   std::size_t start = 0;
   std::size_t count = n;
   if (degree_ < n) {
-    // k is the last sample below freq; for k0 == 0 it wraps round and the clamp below takes
-    // the last stencil, as unsigned arithmetic has always done here.
+    // k is the last sample below freq. A frequency below the first sample (k0 == 0) takes the
+    // last stencil: k wraps round to the largest size_t and the clamp gives n - degree_.
     const std::size_t k = k0 - 1;
     const std::size_t half = (degree_ - 1) >> 1;
     start = std::min(k > half ? k - half : 0, n - degree_);

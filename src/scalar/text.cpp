@@ -56,7 +56,7 @@ std::ostream& operator<<(std::ostream& out, const PoleZeroModel& model) {
 std::ostream& operator<<(std::ostream& out, const SparameterSplineModel& model) {
   out << "S-parameter Spline Model: " << model.nbKnots() << " knots";
   if (model.type() == ScalarModel::CausalityEnforcedSparameterSpline) {
-    // No separator before the count: the text has always read this way.
+    // No separator before the count: the text is exact, and callers match it as it stands.
     out << model.subtraction_freqs()->size() << " subtraction frequencies";
   }
   return out;
@@ -138,8 +138,8 @@ std::ostream& operator<<(std::ostream& out, const ScalarModel* model) {
     case 999:
       return out << "unknown scalar model type";
     default:
-      // Code 6 (the causality-enforced spline) and every other code print nothing; diagnostic
-      // output has always skipped them.
+      // Code 6 (the causality-enforced spline) and every other code print nothing: only the
+      // kinds listed above have a description.
       return out;
   }
 }

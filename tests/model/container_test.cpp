@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "model/storage.hpp"
 #include "test_support.hpp"
 
 namespace korvantix {
@@ -108,7 +109,7 @@ TEST(ContainerSamples, SampleStoredIsACopyWithItsPolarFormOnDemand) {
   s.Zref(1) = C(0, -50);
   c.add(s);
   s(1, 1) = C(0, 0);
-  const detail::StoredSample& stored = *c.begin_samples().base();
+  const detail::StoredSample& stored = *detail::ContainerStorage::position(c.begin_samples());
   EXPECT_EQ(stored.sample(1, 1), C(3, 4));
   const detail::Polar* polar = stored.polar();
   EXPECT_EQ(stored.polar(), polar);  // computed once, then kept

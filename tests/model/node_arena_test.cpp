@@ -1,4 +1,4 @@
-#include <korvantix/detail/node_arena.hpp>
+#include "model/node_arena.hpp"
 
 #include <gtest/gtest.h>
 

@@ -82,10 +82,10 @@ class NodeArena {
 };
 
 /// Allocator drawing single nodes from a NodeArena shared by its copies and rebinds. A copied
-/// container gets an arena of its own, copy assignment keeps the target's arena, and a move
-/// takes the source's along with its nodes. The moved-from container still shares that arena
-/// until it is given a fresh one (assigning it a new, empty container does), which owners that
-/// let moved-from objects be used again must do.
+/// set gets an arena of its own, copy assignment keeps the target's arena, and a move takes
+/// the source's along with its nodes. A moved-from set still shares that arena until it is
+/// given a fresh one (assigning it a new, empty set does), which an owner that uses it again
+/// must do.
 template <class T>
 class ArenaAllocator {
  public:
