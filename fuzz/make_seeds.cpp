@@ -2,6 +2,7 @@
 // is a file the library itself produces (plus a few older-version files written by hand, which
 // the writers no longer produce). Usage: make_fuzz_seeds OUTPUT_DIRECTORY (normally fuzz/corpus).
 #include <korvantix/container.hpp>
+#include <korvantix/export.hpp>
 #include <korvantix/scalar.hpp>
 
 #include <complex>
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <string>
@@ -175,6 +177,63 @@ const char* const kPaths[][2] = {
     {"utf8", "d\xC3\xBC\xE2\x82\xAC\xF0\x9D\x84\x9E.kvx"},
 };
 
+// n ports, three samples with real impedances (25, 50, ...) and, for two ports and more, one
+// port datum, as the foreign exporters take them.
+SMatrixContainer export_container(std::size_t n, bool equal_references) {
+  std::vector<PortDataName> names;
+  if (n > 1) names = {{"Gamma", 1}};
+  SMatrixContainer c(n, names);
+  for (std::size_t i = 0; i < n; ++i)
+    c.name(i) = "p " + std::to_string(i + 1);
+  for (int t = 0; t < 3; ++t) {
+    SMatrixSample s(n, 1e9 * (t + 1) / 3.0, names);
+    for (std::size_t k = 0; k < n * n; ++k)
+      s.S()[k] = C(0.1 * static_cast<double>(k) - t, 1.0 / (3.0 + static_cast<double>(k)));
+    for (std::size_t i = 0; i < n; ++i)
+      s.Zref(i) = equal_references ? 50.0 : 25.0 * static_cast<double>(i + 1);
+    if (n > 1) s.set({"Gamma", 1}, C(t, -t));
+    c.add(s);
+  }
+  return c;
+}
+
+// What the exporter writes for c, read back from a scratch file.
+std::string exported(const SMatrixContainer& c, korvantix::ExportFormat format,
+                     const fs::path& scratch) {
+  korvantix::write(c, scratch.string().c_str(), format);
+  std::ifstream in(scratch, std::ios::binary);
+  std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  fs::remove(scratch);
+  return text;
+}
+
+// Touchstone seeds start with the byte that picks the fuzzed file name (see the target).
+const char* const kTouchstoneByHand[][2] = {
+    {"ts_v1_noise",
+     "\x01! MA\n# ghz ma r 25\n1 0.5 90 1 0 1 180 0.25 -90\n2 0.5 0 1 0\n 1 0 0.5 0\n"
+     "1.5 2.5 0.5 90 0.2\n3 3.5 0.25 180 0.4\n"},
+    {"ts_v2_upper",
+     "\x04[Version] 2.1\n# Hz Z RI R 10 20 40\n[Number of Ports] 3\n"
+     "[Number of Frequencies] 1\n[Reference] 50\n 100\n 200\n[Matrix Format] Upper\n"
+     "[Begin Information]\n[End Information]\n[Network Data]\n100 150 0 0 0 0 0\n"
+     "    100 0 0 0\n    600 0\n[Noise Data]\n1 1 1 0 1\n[End]\n"},
+    {"ts_solver",
+     "\x01# GHz S RI R 50\n! Port[1] = a\n1 0.1 0.2 0.3 0.4 0.5 0.6 0.7 0.8\n"
+     "! Gamma ! 1 2\n!   3 4\n! Port Impedance 50 -1 45 2\n2 1 2 3 4 5 6 7 8\n"
+     "! Gamma ! 5 6 7 8\n! Port Impedance 51 -1 46 2\n"},
+    {"ts_y_db", "\x00# khz Y db R 75\r\n1 20 180 ! c\r\n2\t-3 45\r\n"},
+};
+
+const char* const kCitiByHand[][2] = {
+    {"citi_segments",
+     "CITIFILE A.01.01\nNAME DATA\n#x Port[2] r\nVAR freq MAG 3\nDATA PORTZ[1] MAG\n"
+     "DATA S[1,1] RI\nDATA S[2,2] MAGANGLE\nDATA S[1,2] DBANGLE\nDATA S[2,1] MAG\n"
+     "DATA Zpi[1] RI\nSEG_LIST_BEGIN\nSEG 1000000000 2000000000 2\nSEG 4E9 4E9 1\n"
+     "SEG_LIST_END\nBEGIN\n75\n75\n75\nEND\nBEGIN\n1,2\n3, 4\n5 6\nEND\nBEGIN\n2, 90\n"
+     "2, 180\n2, -90\nEND\nBEGIN\n20, 0\n-20, 0\n0, 180\nEND\nBEGIN\n0.5\n-0.5\n0.25\n"
+     "END\nBEGIN\n1,1\n2,2\n3,3\nEND\nCITIFILE A.01.01\n"},
+};
+
 void put(const fs::path& dir, const std::string& name, const std::string& bytes) {
   fs::create_directories(dir);
   std::ofstream(dir / name, std::ios::binary | std::ios::trunc) << bytes;
@@ -214,5 +273,23 @@ int main(int argc, char** argv) {
   }
   for (const auto& [name, path] : kPaths)
     put(root / "path", name, path);
+
+  const fs::path scratch = fs::temp_directory_path() / "korvantix_fuzz_seed";
+  for (std::size_t n = 1; n <= 4; ++n) {
+    const std::string tag = std::to_string(n);
+    // The first byte picks the name "f.s<n>p".
+    const std::string prefix(1, static_cast<char>(n - 1));
+    const SMatrixContainer equal = export_container(n, true);
+    const SMatrixContainer unequal = export_container(n, false);
+    put(root / "touchstone_reader", "ts_v1_p" + tag,
+        prefix + exported(equal, korvantix::TouchstoneV1, scratch));
+    put(root / "touchstone_reader", "ts_v2_p" + tag,
+        prefix + exported(unequal, korvantix::TouchstoneV2, scratch));
+    put(root / "citi_reader", "citi_p" + tag, exported(unequal, korvantix::Citifile, scratch));
+  }
+  for (const auto& [name, text] : kTouchstoneByHand)
+    put(root / "touchstone_reader", name, std::string(text, std::strlen(text + 1) + 1));
+  for (const auto& [name, text] : kCitiByHand)
+    put(root / "citi_reader", name, text);
   return 0;
 }

@@ -14,16 +14,24 @@
 /// ends, and the ASCII reader takes a carriage return for white space, so files written with
 /// "\r\n" line ends read back as well.
 ///
+/// Readers stream: a file is read through one reused buffer of 1 MiB (less for a smaller file),
+/// so a read needs that much memory beyond the container it builds, whatever the file's size.
+/// The first bytes are checked before more is read, so a device such as /dev/zero or a pipe of
+/// garbage is refused at once; a pipe that carries a valid file reads like the file.
+///
 /// Failure contract shared by all readers: only std::runtime_error leaves them (and
 /// std::range_error "bad conversion" from the path conversion). Damaged files end in a clear
 /// message, never in a crash, a hang or an allocation beyond what the file's size justifies.
-/// Besides the texts named per function, the readers raise:
+/// "Unable to read <path>" is raised for a path that does not open, for a directory and when
+/// reading fails. Lists that are read item by item (port names, port data names, properties,
+/// samples, models and a model's entries) are not checked against their count: a short file
+/// fails where the grammar finds its fault. Besides the texts named per function, the readers
+/// raise:
 /// - "parsing error: count <n> too large for the rest of the file" (ASCII) and
-///   "count <n> too large for the rest of the binary kvx-file" (binary): a list longer than the
-///   bytes left could hold;
-/// - "parsing error: port count <n> too large for the rest of the file" (ASCII) and
-///   "port count <n> too large for the rest of the binary kvx-file" (binary): N x N matrices
-///   that the bytes left could not hold;
+///   "count <n> too large for the rest of the binary kvx-file" (binary): a list allocated at
+///   once (numbers, texts, binary strings and tables) longer than the bytes left could hold;
+/// - "parsing error: port count <n> too large for the rest of the file" (ASCII): the ports of
+///   a container, or the N x N matrix of a sample, that the bytes left could not hold;
 /// - "parsing error: invalid or missing number" (ASCII): a number that could not be read and
 ///   that no later keyword caught (a file cut in the middle of its last value);
 /// - "unexpected end of binary kvx-file" and "negative count <n> in binary kvx-file";
@@ -75,13 +83,14 @@ KORVANTIX_API void write_ascii(const SMatrixContainer& container, const char* pa
 KORVANTIX_API void read_ascii(SMatrixContainer& container, const char* path);
 
 /// True when the file's first 15 bytes are "ASCII KORVANTIX".
-/// Throws std::runtime_error "Unable to read <path>" when the file does not open.
+/// Throws std::runtime_error "Unable to read <path>" when the file does not open or is a
+/// directory.
 KORVANTIX_API bool is_ascii(const char* path);
 
 /// Appends the port names of an ASCII kvx-file to `names`.
 /// Throws std::runtime_error "Unable to read <path>", "not an ascii kvx-file", the 1.x version
-/// message, "syntax error: expected PORTS, but found <word>", the '<' and '>' end-of-file
-/// messages and the count message above.
+/// message, "syntax error: expected PORTS, but found <word>" and the '<' and '>' end-of-file
+/// messages.
 KORVANTIX_API void readPortNames_ascii(std::vector<std::string>& names, const char* path);
 
 /// Writes the whole container as a binary kvx-file (format version 2.3.0) in the machine's byte
@@ -100,7 +109,8 @@ KORVANTIX_API void write_binary(const SMatrixContainer& container, const char* p
 KORVANTIX_API void read_binary(SMatrixContainer& container, const char* path);
 
 /// True when the file's first 15 bytes are "BINARYKORVANTIX".
-/// Throws std::runtime_error "Unable to read <path>" when the file does not open.
+/// Throws std::runtime_error "Unable to read <path>" when the file does not open or is a
+/// directory.
 KORVANTIX_API bool is_binary(const char* path);
 
 /// Appends the port names of a binary kvx-file to `names`.
@@ -108,16 +118,18 @@ KORVANTIX_API bool is_binary(const char* path);
 /// version message, "reader and file use different endianness" and the shared reader failures.
 KORVANTIX_API void readPortNames_binary(std::vector<std::string>& names, const char* path);
 
-/// True when either variant's magic opens the file (the ASCII one is tested first).
-/// Throws std::runtime_error "Unable to read <path>" when the file does not open.
+/// True when either variant's magic opens the file.
+/// Throws std::runtime_error "Unable to read <path>" when the file does not open or is a
+/// directory.
 KORVANTIX_API bool can_read(const char* path);
 
-/// Reads a kvx-file of either variant into `container` (the binary magic is tested first).
+/// Reads a kvx-file of either variant into `container`; the file is opened once and its magic
+/// chooses the reader, so a pipe can be read this way too.
 /// Throws std::runtime_error "unknown korvantix file format" for any other file, "Unable to
 /// read <path>" when it does not open, and whatever the variant's reader throws.
 KORVANTIX_API void read(SMatrixContainer& container, const char* path);
 
-/// Appends the port names of a kvx-file of either variant (binary magic tested first).
+/// Appends the port names of a kvx-file of either variant.
 /// Throws as read does.
 KORVANTIX_API void readPortNames(std::vector<std::string>& names, const char* path);
 

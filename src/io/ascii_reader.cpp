@@ -16,14 +16,12 @@ namespace detail {
 namespace {
 
 // Least number of bytes one item of a list takes in the file, separator included; a count
-// above remaining() / k cannot be genuine and is refused before anything is allocated.
+// that sizes an allocation is refused when the rest of the input cannot hold that many. Lists
+// that are read item by item grow as their items arrive instead, so that a short file fails
+// with the grammar's own message.
 constexpr std::size_t kValueBytes = 2;       // "\t1", or "(1)"
-constexpr std::size_t kEntryBytes = 4;       // "<><>", "\ta 0"
 constexpr std::size_t kPortBlockBytes = 20;  // "\nPORT PROPERTIES 0 0"
 constexpr std::size_t kManyPorts = 1024;
-constexpr std::size_t kSampleBytes = 14;      // "FREQ 1 Hz S Zref"
-constexpr std::size_t kModelBytes = 20;       // "FREQRANGE 1 1 Hz S Zref"
-constexpr std::size_t kScalarModelBytes = 6;  // " POLY 0"
 
 constexpr const char* kDevelopmentVersion =
     "scii kvx version 1.x.x not supported (development version)";
@@ -48,7 +46,7 @@ std::vector<std::complex<double>> complexes(AsciiTokens& tokens, std::size_t n) 
 
 class AsciiReader {
  public:
-  AsciiReader(AsciiTokens tokens, Grammar grammar) : tokens_(tokens), grammar_(grammar) {}
+  AsciiReader(AsciiTokens& tokens, Grammar grammar) : tokens_(tokens), grammar_(grammar) {}
 
   void read(SMatrixContainer& container) {
     read_ports();
@@ -78,14 +76,13 @@ class AsciiReader {
       throw std::runtime_error(
           message("syntax error: expected PROPAGATIONCONSTANT or PORTS, but found ", word));
     }
-    nb_ports_ = tokens_.count(kValueBytes);
-    port_names_.reserve(nb_ports_);
+    nb_ports_ = tokens_.count();
     for (std::size_t i = 0; i < nb_ports_; ++i) {
       port_names_.push_back(tokens_.text());
     }
     // A container costs far more per port than a name in the file; each port also needs its
     // property block further on. Small counts are left to the grammar's own messages.
-    if (nb_ports_ > kManyPorts && !fits(nb_ports_, kPortBlockBytes, tokens_.remaining())) {
+    if (nb_ports_ > kManyPorts && !tokens_.window().holds(nb_ports_, kPortBlockBytes)) {
       throw std::runtime_error(
           message("parsing error: port count ", nb_ports_, " too large for the rest of the file"));
     }
@@ -95,9 +92,10 @@ class AsciiReader {
     tokens_.expect(kvx::kPort);
     tokens_.expect(kvx::kData);
     tokens_.expect(kvx::kNames);
-    const std::size_t n = tokens_.count(kEntryBytes);
-    port_data_names_.reserve(n);
-    for (std::size_t k = 0; k < n; ++k) {
+    const std::uint64_t n = tokens_.count();
+    // The list grows as its entries arrive; past a failed token nothing more is read, and the
+    // next keyword reports the failure.
+    for (std::uint64_t k = 0; k < n && !tokens_.failed(); ++k) {
       std::string name(tokens_.word());
       const std::size_t index = tokens_.count();
       port_data_names_.emplace_back(std::move(name), index);
@@ -107,8 +105,8 @@ class AsciiReader {
   void read_global_properties(SMatrixContainer& container) {
     tokens_.expect(kvx::kGlobal);
     tokens_.expect(kvx::kProperties);
-    const std::size_t n = tokens_.count(kEntryBytes);
-    for (std::size_t k = 0; k < n; ++k) {
+    const std::uint64_t n = tokens_.count();
+    for (std::uint64_t k = 0; k < n; ++k) {
       const std::string key = tokens_.text();
       container.add_global_property(key, tokens_.text());
     }
@@ -123,8 +121,8 @@ class AsciiReader {
         throw std::runtime_error(
             message("expected PORT PROPERTIES ", p, ", but found PORT PROPERTIES ", q));
       }
-      const std::size_t n = tokens_.count(kEntryBytes);
-      for (std::size_t k = 0; k < n; ++k) {
+      const std::uint64_t n = tokens_.count();
+      for (std::uint64_t k = 0; k < n; ++k) {
         const std::string key = tokens_.text();
         container.add_port_property(p, key, tokens_.text());
       }
@@ -135,17 +133,17 @@ class AsciiReader {
   void read_port_models() {
     tokens_.expect(kvx::kPort);
     tokens_.expect(kvx::kModels);
-    const std::size_t n = tokens_.count(kEntryBytes);
-    for (std::size_t k = 0; k < n; ++k) {
+    const std::uint64_t n = tokens_.count();
+    for (std::uint64_t k = 0; k < n; ++k) {
       tokens_.text();
       tokens_.count();
     }
   }
 
-  // N x N values must fit into what is left before a sample or model allocates them.
-  void check_matrix_fits(std::size_t item_bytes) const {
+  // N x N values must fit into what is left before a sample allocates them.
+  void check_matrix_fits(std::size_t item_bytes) {
     const std::uint64_t n = nb_ports_;
-    if (n != 0 && !fits(n, item_bytes, tokens_.remaining() / n)) {
+    if (!tokens_.window().holds(square_saturated(n), item_bytes)) {
       throw std::runtime_error(
           message("parsing error: port count ", n, " too large for the rest of the file"));
     }
@@ -154,7 +152,7 @@ class AsciiReader {
   // The next port-data name and index must be `expected`; otherwise `failure` followed by what
   // was found.
   void expect_port_data_name(const PortDataName& expected, const char* failure) {
-    const std::string_view name = tokens_.word();
+    const std::string name(tokens_.word());  // the window may move on while the index is read
     const std::uint64_t index = tokens_.count();
     if (name != expected.first || index != expected.second) {
       throw std::runtime_error(message(failure, port_data_name_text(name, index)));
@@ -163,9 +161,9 @@ class AsciiReader {
 
   void read_samples(SMatrixContainer& container) {
     tokens_.expect(kvx::kSamples);
-    const std::size_t n = tokens_.count(kSampleBytes);
+    const std::uint64_t n = tokens_.count();
     const std::size_t ports = nb_ports_;
-    for (std::size_t k = 0; k < n; ++k) {
+    for (std::uint64_t k = 0; k < n; ++k) {
       tokens_.expect(kvx::kFreq);
       const double f = tokens_.real();
       tokens_.expect(kvx::kHz);
@@ -195,23 +193,30 @@ class AsciiReader {
 
   void read_models(SMatrixContainer& container) {
     tokens_.expect(kvx::kModels);
-    const std::size_t n = tokens_.count(kModelBytes);
+    const std::uint64_t n = tokens_.count();
     const std::size_t ports = nb_ports_;
-    for (std::size_t k = 0; k < n; ++k) {
+    for (std::uint64_t k = 0; k < n; ++k) {
       tokens_.expect(kvx::kFreqRange);
       const double from = tokens_.real();
       const double to = tokens_.real();
       tokens_.expect(kvx::kHz);
-      check_matrix_fits(kScalarModelBytes);
+      SMatrixModel(0, from, to);  // the band is refused before its entries are read
+      // The entries are kept as they arrive and the model is made once they are all there, so
+      // a file too short for its model fails at the first entry missing, with the grammar's
+      // own message, and nothing is allocated ahead of the file.
+      tokens_.expect(kvx::kS);
+      std::vector<SMatrixModel::ScalarModelPtr> s;
+      for (std::uint64_t e = 0; e < square_saturated(ports); ++e)
+        s.push_back(read_scalar_model(tokens_));
+      tokens_.expect(kvx::kZref);
+      std::vector<SMatrixModel::ScalarModelPtr> z;
+      for (std::uint64_t e = 0; e < ports; ++e)
+        z.push_back(read_scalar_model(tokens_));
       SMatrixModel model = grammar_.has_port_data_names
                                ? SMatrixModel(ports, from, to, port_data_names_)
                                : SMatrixModel(ports, from, to);
-      tokens_.expect(kvx::kS);
-      for (SMatrixModel::ScalarModelPtr& s : model.S())
-        s = read_scalar_model(tokens_);
-      tokens_.expect(kvx::kZref);
-      for (SMatrixModel::ScalarModelPtr& z : model.Zref())
-        z = read_scalar_model(tokens_);
+      model.S() = std::move(s);
+      model.Zref() = std::move(z);
       for (const PortDataName& expected : port_data_names_) {
         expect_port_data_name(expected, "unexpected port data name when parsing the models: ");
         model.set(expected, read_scalar_model(tokens_).get());
@@ -225,7 +230,7 @@ class AsciiReader {
     }
   }
 
-  AsciiTokens tokens_;
+  AsciiTokens& tokens_;
   Grammar grammar_;
   bool propagation_constant_ = false;
   std::size_t nb_ports_ = 0;
@@ -307,9 +312,12 @@ std::unique_ptr<ScalarModel> read_spline(AsciiTokens& tokens, bool causality_enf
                      std::move(subtraction_freqs));
 }
 
-// The magic test and the three version numbers that follow it.
-FormatVersion read_header(std::string_view data, AsciiTokens& tokens) {
-  if (!has_ascii_magic(data)) throw std::runtime_error("not an ascii kvx-file");
+// The magic test, before anything else is read, and the three version numbers that follow it.
+FormatVersion read_header(AsciiTokens& tokens) {
+  if (!has_ascii_magic(tokens.window().peek(kvx::kMagicSize))) {
+    throw std::runtime_error("not an ascii kvx-file");
+  }
+  tokens.window().consume(kvx::kMagicSize);
   const int major = tokens.integer();
   const int minor = tokens.integer();
   const int patch = tokens.integer();
@@ -335,20 +343,20 @@ std::unique_ptr<ScalarModel> read_scalar_model(AsciiTokens& tokens) {
       word, ">"));
 }
 
-void parse_ascii(std::string_view data, SMatrixContainer& container) {
-  AsciiTokens tokens(data.substr(std::min(data.size(), kvx::kMagicSize)));
-  const FormatVersion v = read_header(data, tokens);
+void parse_ascii(Window window, SMatrixContainer& container) {
+  AsciiTokens tokens(std::move(window));
+  const FormatVersion v = read_header(tokens);
   const Grammar grammar = select_grammar(v.major, v.minor, v.patch, kDevelopmentVersion);
   AsciiReader(tokens, grammar).read(container);
 }
 
-void parse_port_names_ascii(std::string_view data, std::vector<std::string>& names) {
-  AsciiTokens tokens(data.substr(std::min(data.size(), kvx::kMagicSize)));
-  const FormatVersion v = read_header(data, tokens);
+void parse_port_names_ascii(Window window, std::vector<std::string>& names) {
+  AsciiTokens tokens(std::move(window));
+  const FormatVersion v = read_header(tokens);
   if (v.major == 1) throw std::runtime_error(kDevelopmentVersion);
   tokens.expect(kvx::kPorts);
-  const std::size_t n = tokens.count(kValueBytes);
-  for (std::size_t i = 0; i < n; ++i)
+  const std::uint64_t n = tokens.count();
+  for (std::uint64_t i = 0; i < n; ++i)
     names.push_back(tokens.text());
 }
 
@@ -359,13 +367,13 @@ bool is_ascii(const char* path) {
 }
 
 void read_ascii(SMatrixContainer& container, const char* path) {
-  const std::string data = detail::load_file(path);
-  detail::parse_ascii(data, container);
+  detail::FileSource source(path);
+  detail::parse_ascii(detail::Window(source, source.size_hint()), container);
 }
 
 void readPortNames_ascii(std::vector<std::string>& names, const char* path) {
-  const std::string data = detail::load_file(path);
-  detail::parse_port_names_ascii(data, names);
+  detail::FileSource source(path);
+  detail::parse_port_names_ascii(detail::Window(source, source.size_hint()), names);
 }
 
 }  // namespace korvantix

@@ -18,14 +18,22 @@ namespace detail {
 /// Whether data starts with the 15 bytes "ASCII KORVANTIX".
 bool has_ascii_magic(std::string_view data) noexcept;
 
-/// Reads a whole ASCII kvx-file held in data (magic included) into container, replacing its
-/// content at the point where the ports have been read. Throws as read_ascii does, apart from
-/// the open failure.
-void parse_ascii(std::string_view data, SMatrixContainer& container);
+/// Reads a whole ASCII kvx-file seen through window (magic included) into container, replacing
+/// its content at the point where the ports have been read. Throws as read_ascii does, apart
+/// from the open failure.
+void parse_ascii(Window window, SMatrixContainer& container);
+/// parse_ascii over a text in memory.
+inline void parse_ascii(std::string_view data, SMatrixContainer& container) {
+  parse_ascii(Window(data), container);
+}
 
-/// Appends the port names of the ASCII kvx-file held in data to names. Throws as
+/// Appends the port names of the ASCII kvx-file seen through window to names. Throws as
 /// readPortNames_ascii does, apart from the open failure.
-void parse_port_names_ascii(std::string_view data, std::vector<std::string>& names);
+void parse_port_names_ascii(Window window, std::vector<std::string>& names);
+/// parse_port_names_ascii over a text in memory.
+inline void parse_port_names_ascii(std::string_view data, std::vector<std::string>& names) {
+  parse_port_names_ascii(Window(data), names);
+}
 
 /// Reads one scalar model (keyword and body).
 /// Throws std::runtime_error "syntax error: exptected POLY or RAT or POLEZERO or STATICTABLE or

@@ -11,6 +11,8 @@
 namespace korvantix::detail {
 namespace {
 
+constexpr std::ptrdiff_t kPeek = 8;
+
 // The writers' own number form ("-1.2500000000000000e+09") read by from_chars alone, without
 // parse_real's scan of the stream grammar. Taken only where both are sure to agree: a digit
 // first (after an optional '-'), a clean conversion, and the number followed by a byte that
@@ -34,15 +36,47 @@ const char* plain_decimal(const char* p, const char* end, double& value) noexcep
 
 }  // namespace
 
+const char* AsciiTokens::skip_space() {
+  for (;;) {
+    const char* const p = detail::skip_space(window_.data(), window_.end());
+    window_.seek(p);
+    if (p != window_.end() || !window_.more()) return window_.data();
+  }
+}
+
+template <class Parse>
+void AsciiTokens::number(Parse&& parse) {
+  skip_space();
+  for (;;) {
+    const ParseResult result = parse(window_.data(), window_.end());
+    const auto used = static_cast<std::size_t>(result.ptr - window_.data());
+    // A parser looks at most kPeek bytes past where it stops (the longest is "infinity" after
+    // "inf"); one that stopped further inside the window saw everything it needed. A refill
+    // keeps the token's first byte at data(), even when it finds nothing more.
+    if (window_.end() - result.ptr >= kPeek || !window_.more()) {
+      window_.consume(used);
+      if (!result.ok) failed_ = true;
+      return;
+    }
+  }
+}
+
 std::string_view AsciiTokens::word() {
   if (failed_) return {};
-  const char* first = skip_space(pos_, end_);
-  const char* last = first;
-  while (last != end_ && !is_space(*last))
-    ++last;
-  pos_ = last;
-  if (first == last) failed_ = true;
-  return std::string_view(first, static_cast<std::size_t>(last - first));
+  std::size_t length = 0;
+  for (;;) {
+    const char* const first = skip_space();
+    const char* last = first + length;
+    while (last != window_.end() && !is_space(*last))
+      ++last;
+    length = static_cast<std::size_t>(last - first);
+    if (last != window_.end() || !window_.more()) {
+      const std::string_view found(window_.data(), length);
+      window_.consume(length);
+      if (length == 0) failed_ = true;
+      return found;
+    }
+  }
 }
 
 void AsciiTokens::expect(std::string_view keyword) {
@@ -55,15 +89,16 @@ void AsciiTokens::expect(std::string_view keyword) {
 std::uint64_t AsciiTokens::count() {
   if (failed_) return 0;
   std::uint64_t value = 0;
-  const ParseResult result = parse_count(pos_, end_, value);
-  pos_ = result.ptr;
-  if (!result.ok) failed_ = true;
+  number([&](const char* first, const char* last) {
+    value = 0;  // each attempt starts afresh, as the stream would on these bytes
+    return parse_count(first, last, value);
+  });
   return value;
 }
 
 std::uint64_t AsciiTokens::count(std::size_t min_item_bytes) {
   const std::uint64_t n = count();
-  if (n > remaining() / min_item_bytes) {
+  if (!window_.holds(n, min_item_bytes)) {
     throw std::runtime_error(
         message("parsing error: count ", n, " too large for the rest of the file"));
   }
@@ -73,70 +108,83 @@ std::uint64_t AsciiTokens::count(std::size_t min_item_bytes) {
 int AsciiTokens::integer() {
   if (failed_) return 0;
   int value = 0;
-  const ParseResult result = parse_int(pos_, end_, value);
-  pos_ = result.ptr;
-  if (!result.ok) failed_ = true;
+  number([&](const char* first, const char* last) {
+    value = 0;
+    return parse_int(first, last, value);
+  });
   return value;
 }
 
 double AsciiTokens::real() {
   if (failed_) return 0.0;
   double value = 0.0;
-  const char* const first = skip_space(pos_, end_);
-  if (const char* const last = plain_decimal(first, end_, value)) {
-    pos_ = last;
-    return value;
-  }
-  const ParseResult result = parse_real(pos_, end_, value);
-  pos_ = result.ptr;
-  if (!result.ok) failed_ = true;
+  number([&](const char* first, const char* last) {
+    value = 0.0;
+    if (const char* const stop = plain_decimal(first, last, value)) return ParseResult{stop, true};
+    return parse_real(first, last, value);
+  });
   return value;
 }
 
 std::complex<double> AsciiTokens::complex() {
   if (failed_) return {};
-  // "(re,im)" exactly as the writers print it; anything else (blanks inside, one part, a bare
-  // real, a failure) goes the stream's way.
-  const char* const open = skip_space(pos_, end_);
-  if (open != end_ && *open == '(') {
-    double re = 0.0;
-    double im = 0.0;
-    const char* const comma = plain_decimal(open + 1, end_, re);
-    if (comma != nullptr && comma != end_ && *comma == ',') {
-      const char* const close = plain_decimal(comma + 1, end_, im);
-      if (close != nullptr && close != end_ && *close == ')') {
-        pos_ = close + 1;
-        return {re, im};
+  std::complex<double> value;
+  number([&](const char* first, const char* last) {
+    // "(re,im)" exactly as the writers print it; anything else (blanks inside, one part, a bare
+    // real, a failure) goes the stream's way.
+    value = {};
+    if (first != last && *first == '(') {
+      double re = 0.0;
+      double im = 0.0;
+      const char* const comma = plain_decimal(first + 1, last, re);
+      if (comma != nullptr && comma != last && *comma == ',') {
+        const char* const close = plain_decimal(comma + 1, last, im);
+        if (close != nullptr && close != last && *close == ')') {
+          value = {re, im};
+          return ParseResult{close + 1, true};
+        }
       }
     }
-  }
-  std::complex<double> value;
-  const ParseResult result = parse_complex(pos_, end_, value);
-  pos_ = result.ptr;
-  if (!result.ok) failed_ = true;
+    return parse_complex(first, last, value);
+  });
   return value;
 }
 
 std::string AsciiTokens::text() {
-  const void* open = failed_ || pos_ == end_ ? nullptr : std::memchr(pos_, '<', remaining());
-  if (open == nullptr) {
-    pos_ = end_;
-    throw std::runtime_error("parsing error: reached end of file while searching for '<'");
-  }
-  const char* const first = static_cast<const char*>(open) + 1;
-  std::size_t depth = 0;
-  for (const char* p = first; p != end_; ++p) {
-    if (*p == '<') {
-      ++depth;
-    } else if (*p == '>') {
-      if (depth == 0) {
-        pos_ = p + 1;
-        return std::string(first, p);
-      }
-      --depth;
+  const void* open = nullptr;
+  while (!failed_ && open == nullptr) {
+    open = std::memchr(window_.data(), '<', window_.size());
+    if (open == nullptr) {
+      window_.seek(window_.end());
+      if (!window_.more()) break;
     }
   }
-  pos_ = end_;
+  if (open == nullptr) {
+    window_.seek(window_.end());
+    throw std::runtime_error("parsing error: reached end of file while searching for '<'");
+  }
+  window_.seek(static_cast<const char*>(open) + 1);
+  // A text longer than the window is collected piece by piece rather than growing the window.
+  std::string out;
+  std::size_t depth = 0;
+  for (;;) {
+    const char* const first = window_.data();
+    for (const char* p = first; p != window_.end(); ++p) {
+      if (*p == '<') {
+        ++depth;
+      } else if (*p == '>') {
+        if (depth == 0) {
+          out.append(first, p);
+          window_.seek(p + 1);
+          return out;
+        }
+        --depth;
+      }
+    }
+    out.append(first, window_.end());
+    window_.seek(window_.end());
+    if (!window_.more()) break;
+  }
   throw std::runtime_error("parsing error: reached end of file while searching for '>'");
 }
 

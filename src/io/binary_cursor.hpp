@@ -7,34 +7,45 @@
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
+
+#include "io/window.hpp"
 
 namespace korvantix::detail {
 
-/// Bounds-checked reading of the binary kvx-file's native-order values from an in-memory byte
-/// range. Every read checks what is left first and copies with memcpy (no alignment needed);
-/// every list length is checked against the bytes left before anything is allocated.
+/// Bounds-checked reading of the binary kvx-file's native-order values through a Window. Every
+/// read checks what is there first and copies with memcpy (no alignment needed); an item that
+/// runs past the window is completed from the next refill; every list length is checked against
+/// the rest of the input before anything is allocated.
 /// Throws std::runtime_error "unexpected end of binary kvx-file", "negative count <n> in
 /// binary kvx-file" and "count <n> too large for the rest of the binary kvx-file".
 class BinaryCursor {
  public:
-  explicit BinaryCursor(std::string_view data) noexcept
-      : pos_(data.data()), end_(data.data() + data.size()) {}
+  explicit BinaryCursor(Window window) noexcept : window_(std::move(window)) {}
+  explicit BinaryCursor(std::string_view data) noexcept : window_(data) {}
 
-  /// Bytes not yet read.
-  std::size_t remaining() const noexcept { return static_cast<std::size_t>(end_ - pos_); }
+  /// The window, for the magic test before the first value.
+  Window& window() noexcept { return window_; }
 
   /// Copies the next n bytes to out.
   void bytes(void* out, std::size_t n) {
-    need(n);
-    if (n != 0) std::memcpy(out, pos_, n);
-    pos_ += n;
+    if (n > window_.size()) return bytes_across(static_cast<char*>(out), n);
+    if (n != 0) std::memcpy(out, window_.data(), n);
+    window_.consume(n);
   }
   /// A 4-byte signed integer.
   std::int32_t i32() {
     std::int32_t v;
     bytes(&v, sizeof v);
     return v;
+  }
+  /// The next 4-byte integer without consuming it; false when fewer than 4 bytes are left.
+  bool peek_i32(std::int32_t& v) {
+    const std::string_view next = window_.peek(sizeof v);
+    if (next.size() < sizeof v) return false;
+    std::memcpy(&v, next.data(), sizeof v);
+    return true;
   }
   /// An 8-byte IEEE double, bit for bit.
   double f64() {
@@ -48,7 +59,7 @@ class BinaryCursor {
     bytes(parts, sizeof parts);
     return {parts[0], parts[1]};
   }
-  /// A list length whose items take at least min_item_bytes each (at least 1).
+  /// A list length whose items take at least min_item_bytes each (0: not checked).
   std::size_t count(std::size_t min_item_bytes);
   /// A length-prefixed byte string.
   std::string string();
@@ -58,20 +69,17 @@ class BinaryCursor {
   std::vector<std::complex<double>> complex_list();
   /// Replaces the contents of out by the next n complex values.
   void complexes(std::vector<std::complex<double>>& out, std::size_t n) {
-    need_items(n, sizeof(std::complex<double>));
+    constexpr std::size_t item = sizeof(std::complex<double>);
+    if (n > window_.size() / item) return complexes_across(out, n);
     // Constructed straight from the bytes: a resize would first write n zeros over them.
-    const Complexes first(pos_);
-    pos_ += n * sizeof(std::complex<double>);
-    out.assign(first, Complexes(pos_));
+    const Complexes first(window_.data());
+    window_.consume(n * item);
+    out.assign(first, Complexes(window_.data()));
   }
 
  private:
-  void need(std::size_t n) const {
-    if (n > remaining()) truncated();
-  }
-  void need_items(std::size_t n, std::size_t item_bytes) const {
-    if (n > remaining() / item_bytes) truncated();
-  }
+  void bytes_across(char* out, std::size_t n);
+  void complexes_across(std::vector<std::complex<double>>& out, std::size_t n);
   [[noreturn]] static void truncated();
 
   // The complex values stored from p on, not necessarily aligned, each loaded with memcpy.
@@ -106,8 +114,7 @@ class BinaryCursor {
     const char* p_ = nullptr;
   };
 
-  const char* pos_;
-  const char* end_;
+  Window window_;
 };
 
 }  // namespace korvantix::detail

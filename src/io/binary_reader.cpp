@@ -23,15 +23,18 @@ constexpr std::size_t kPropertyBytes = 2 * kStringBytes;    // key, value
 constexpr std::size_t kPortBytes = kStringBytes + 4;        // name, property count
 constexpr std::size_t kSampleBytes = 8 + 4 + 4;             // frequency, two list lengths
 constexpr std::size_t kModelBytes = 8 + 8;                  // band
-constexpr std::size_t kScalarModelBytes = 4 + 4;            // code, shortest body
 constexpr std::size_t kTableSampleBytes = 8 + 16;           // frequency, value
 constexpr std::size_t kComplexBytes = sizeof(std::complex<double>);
 
 constexpr const char* kDevelopmentVersion =
     "binary kvx version 1.x.x not supported (development version)";
 
-void expect_magic(std::string_view data) {
-  if (!has_binary_magic(data)) throw std::runtime_error("not a binary kvx-file");
+// Looks at the magic before anything else is read, and steps over it.
+void expect_magic(BinaryCursor& cursor) {
+  if (!has_binary_magic(cursor.window().peek(kvx::kMagicSize))) {
+    throw std::runtime_error("not a binary kvx-file");
+  }
+  cursor.window().consume(kvx::kMagicSize);
 }
 
 void read_endianness_marker(BinaryCursor& cursor) {
@@ -42,8 +45,9 @@ void read_endianness_marker(BinaryCursor& cursor) {
 
 // A file of the other byte order has byte-swapped version numbers too, so it would be refused
 // as an unknown version; its swapped marker tells the true reason.
-void refuse_swapped_file(BinaryCursor cursor) {
-  if (cursor.remaining() >= 4 && cursor.i32() == kvx::kSwappedEndiannessMarker) {
+void refuse_swapped_file(BinaryCursor& cursor) {
+  std::int32_t marker = 0;
+  if (cursor.peek_i32(marker) && marker == kvx::kSwappedEndiannessMarker) {
     throw std::runtime_error("reader and file use different endianness");
   }
 }
@@ -58,7 +62,7 @@ FormatVersion read_version(BinaryCursor& cursor) {
 
 class BinaryReader {
  public:
-  BinaryReader(BinaryCursor cursor, Grammar grammar) : cursor_(cursor), grammar_(grammar) {}
+  BinaryReader(BinaryCursor& cursor, Grammar grammar) : cursor_(cursor), grammar_(grammar) {}
 
   void read(SMatrixContainer& container) {
     read_endianness_marker(cursor_);
@@ -165,19 +169,21 @@ class BinaryReader {
     for (std::size_t k = 0; k < n; ++k) {
       const double from = cursor_.f64();
       const double to = cursor_.f64();
-      // The N * N + N scalar models must fit into what is left before they are allocated.
-      const std::uint64_t room = cursor_.remaining() / kScalarModelBytes;
-      if (ports != 0 && (ports > room / ports || ports * ports > room - ports)) {
-        throw std::runtime_error(
-            message("port count ", ports, " too large for the rest of the binary kvx-file"));
-      }
+      SMatrixModel(0, from, to);  // the band is refused before its entries are read
+      // The entries are kept as they arrive and the model is made once they are all there, so
+      // a file too short for its model fails at the first entry missing, with that entry's own
+      // message, and nothing is allocated ahead of the file.
+      std::vector<SMatrixModel::ScalarModelPtr> s;
+      for (std::uint64_t e = 0; e < square_saturated(ports); ++e)
+        s.push_back(read_scalar_model(cursor_));
+      std::vector<SMatrixModel::ScalarModelPtr> z;
+      for (std::uint64_t e = 0; e < ports; ++e)
+        z.push_back(read_scalar_model(cursor_));
       SMatrixModel model = grammar_.has_port_data_names
                                ? SMatrixModel(ports, from, to, port_data_names_)
                                : SMatrixModel(ports, from, to);
-      for (SMatrixModel::ScalarModelPtr& s : model.S())
-        s = read_scalar_model(cursor_);
-      for (SMatrixModel::ScalarModelPtr& z : model.Zref())
-        z = read_scalar_model(cursor_);
+      model.S() = std::move(s);
+      model.Zref() = std::move(z);
       for (const PortDataName& name : port_data_names_) {
         model.set(name, read_scalar_model(cursor_).get());
       }
@@ -185,7 +191,7 @@ class BinaryReader {
     }
   }
 
-  BinaryCursor cursor_;
+  BinaryCursor& cursor_;
   Grammar grammar_;
   std::size_t nb_ports_ = 0;
   std::vector<std::string> port_names_;
@@ -255,17 +261,17 @@ std::unique_ptr<ScalarModel> read_scalar_model(BinaryCursor& cursor) {
   }
 }
 
-void parse_binary(std::string_view data, SMatrixContainer& container) {
-  expect_magic(data);
-  BinaryCursor cursor(data.substr(kvx::kMagicSize));
+void parse_binary(Window window, SMatrixContainer& container) {
+  BinaryCursor cursor(std::move(window));
+  expect_magic(cursor);
   const FormatVersion v = read_version(cursor);
   const Grammar grammar = select_grammar(v.major, v.minor, v.patch, kDevelopmentVersion);
   BinaryReader(cursor, grammar).read(container);
 }
 
-void parse_port_names_binary(std::string_view data, std::vector<std::string>& names) {
-  expect_magic(data);
-  BinaryCursor cursor(data.substr(kvx::kMagicSize));
+void parse_port_names_binary(Window window, std::vector<std::string>& names) {
+  BinaryCursor cursor(std::move(window));
+  expect_magic(cursor);
   const FormatVersion v = read_version(cursor);
   if (v.major == 1) throw std::runtime_error(kDevelopmentVersion);
   read_endianness_marker(cursor);
@@ -281,13 +287,13 @@ bool is_binary(const char* path) {
 }
 
 void read_binary(SMatrixContainer& container, const char* path) {
-  const std::string data = detail::load_file(path);
-  detail::parse_binary(data, container);
+  detail::FileSource source(path);
+  detail::parse_binary(detail::Window(source, source.size_hint()), container);
 }
 
 void readPortNames_binary(std::vector<std::string>& names, const char* path) {
-  const std::string data = detail::load_file(path);
-  detail::parse_port_names_binary(data, names);
+  detail::FileSource source(path);
+  detail::parse_port_names_binary(detail::Window(source, source.size_hint()), names);
 }
 
 }  // namespace korvantix

@@ -68,6 +68,12 @@ constexpr bool fits(std::uint64_t n, std::uint64_t per_item, std::uint64_t avail
   return per_item == 0 || n <= available / per_item;
 }
 
+/// n * n, or the largest count where that overflows (a loop over it fails at the end of the
+/// file long before).
+constexpr std::uint64_t square_saturated(std::uint64_t n) noexcept {
+  return n > 0xFFFFFFFFu ? ~std::uint64_t{0} : n * n;
+}
+
 /// Throws std::runtime_error "<what> for scalar model <code> not supported", where what names
 /// the reader or writer ("ascii io", "binary write", "binary read").
 [[noreturn]] void unsupported_scalar_model(const char* what, std::int32_t code);

@@ -2,34 +2,56 @@
 
 #include <cstring>
 #include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "io/ascii_reader.hpp"
+#include "io/binary_reader.hpp"
+#include "io/keywords.hpp"
+#include "io/path.hpp"
+#include "io/window.hpp"
 
 namespace korvantix {
 
-// can_read tests the ASCII magic first, read and readPortNames the binary one: the two magics
-// differ in their first byte, so the answers agree for every file.
+// The file is opened once and its magic read through the window that the reader then goes on
+// with, so a pipe is read once and the format cannot change between the test and the read.
+// The two magics differ in their first byte, so the order of the tests does not matter.
+
+namespace {
+
+template <class Binary, class Ascii>
+void read_either(const char* path, Binary&& binary, Ascii&& ascii) {
+  detail::FileSource source(path);
+  detail::Window window(source, source.size_hint());
+  const std::string_view head = window.peek(detail::kvx::kMagicSize);
+  if (detail::has_binary_magic(head)) {
+    binary(std::move(window));
+  } else if (detail::has_ascii_magic(head)) {
+    ascii(std::move(window));
+  } else {
+    throw std::runtime_error("unknown korvantix file format");
+  }
+}
+
+}  // namespace
 
 bool can_read(const char* path) {
-  return is_ascii(path) || is_binary(path);
+  const std::string head = detail::load_head(path, detail::kvx::kMagicSize);
+  return detail::has_ascii_magic(head) || detail::has_binary_magic(head);
 }
 
 void read(SMatrixContainer& container, const char* path) {
-  if (is_binary(path)) {
-    read_binary(container, path);
-  } else if (is_ascii(path)) {
-    read_ascii(container, path);
-  } else {
-    throw std::runtime_error("unknown korvantix file format");
-  }
+  read_either(
+      path, [&](detail::Window window) { detail::parse_binary(std::move(window), container); },
+      [&](detail::Window window) { detail::parse_ascii(std::move(window), container); });
 }
 
 void readPortNames(std::vector<std::string>& names, const char* path) {
-  if (is_binary(path)) {
-    readPortNames_binary(names, path);
-  } else if (is_ascii(path)) {
-    readPortNames_ascii(names, path);
-  } else {
-    throw std::runtime_error("unknown korvantix file format");
-  }
+  read_either(
+      path,
+      [&](detail::Window window) { detail::parse_port_names_binary(std::move(window), names); },
+      [&](detail::Window window) { detail::parse_port_names_ascii(std::move(window), names); });
 }
 
 void write(const SMatrixContainer& container, const char* path, FileFormat format) {

@@ -10,7 +10,10 @@
 
 #if defined(_WIN32)
 #include <stdlib.h>
+#include <sys/stat.h>
+#include <sys/types.h>
 #else
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -225,32 +228,47 @@ File open_for_writing(const char* path) {
   return file;
 }
 
-std::string load_head(const char* path, std::size_t size) {
-  const File file = open_for_reading(path);
-  std::string head(size, '\0');
-  head.resize(std::fread(head.data(), 1, size, file.get()));
-  return head;
+FileSource::FileSource(const char* path) : file_(open_for_reading(path)), path_(path) {
+  int kind = 0;
+  std::int64_t size = -1;
+#if defined(_WIN32)
+  struct _stat64 info;
+  if (::_fstat64(::_fileno(file_.get()), &info) == 0)
+    kind = info.st_mode & _S_IFMT, size = info.st_size;
+  const bool directory = kind == _S_IFDIR;
+  const bool regular = kind == _S_IFREG;
+#else
+  struct stat info;
+  if (::fstat(::fileno(file_.get()), &info) == 0) kind = info.st_mode & S_IFMT, size = info.st_size;
+  const bool directory = S_ISDIR(kind);
+  const bool regular = S_ISREG(kind);
+#endif
+  // A directory opens for reading on some systems but has no bytes to give.
+  if (directory) throw std::runtime_error(message("Unable to read <", path_, ">"));
+  if (regular) size_hint_ = size;
+  // The window is the only buffer: stdio's own would add a copy of every byte.
+  std::setvbuf(file_.get(), nullptr, _IONBF, 0);
 }
 
-std::string load_file(const char* path) {
-  const File file = open_for_reading(path);
-  std::string out;
-  // Reserve what the file's size promises; the loop below still reads to the real end.
-  if (std::fseek(file.get(), 0, SEEK_END) == 0) {
-    const long size = std::ftell(file.get());
-    if (size > 0) out.reserve(static_cast<std::size_t>(size));
-    std::rewind(file.get());
+std::size_t FileSource::read(char* out, std::size_t n) {
+  const std::size_t got = std::fread(out, 1, n, file_.get());
+  if (got == 0 && std::ferror(file_.get()) != 0) {
+    throw std::runtime_error(message("Unable to read <", path_, ">"));
   }
-  char chunk[65536];
-  for (;;) {
-    const std::size_t got = std::fread(chunk, 1, sizeof chunk, file.get());
-    out.append(chunk, got);
-    if (got < sizeof chunk) break;
+  return got;
+}
+
+std::string load_head(const char* path, std::size_t size) {
+  FileSource source(path);
+  std::string head(size, '\0');
+  std::size_t got = 0;
+  while (got < size) {
+    const std::size_t n = source.read(&head[got], size - got);
+    if (n == 0) break;
+    got += n;
   }
-  if (std::ferror(file.get()) != 0) {
-    throw std::runtime_error(message("Unable to read <", shown(path), ">"));
-  }
-  return out;
+  head.resize(got);
+  return head;
 }
 
 }  // namespace detail

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "io/window.hpp"
 
 namespace korvantix::detail {
 
@@ -27,10 +30,27 @@ File open_for_reading(const char* path);
 /// open_file(path, "wb"). Throws std::runtime_error "Unable to write to <path>" when it does not
 /// open (a null path included) and std::range_error("bad conversion").
 File open_for_writing(const char* path);
-/// The whole file. Throws as open_for_reading does, also when the file cannot be read.
-std::string load_file(const char* path);
+
+/// A file opened for a streamed read through a Window: a regular file, a pipe or a device,
+/// read unbuffered in the window's own chunks.
+class FileSource final : public ByteSource {
+ public:
+  /// Throws as open_for_reading does, and std::runtime_error "Unable to read <path>" for a
+  /// directory.
+  explicit FileSource(const char* path);
+  /// Throws std::runtime_error "Unable to read <path>" when reading fails.
+  std::size_t read(char* out, std::size_t n) override;
+  /// The size of a regular file; -1 for anything whose size says nothing (pipes, devices).
+  std::int64_t size_hint() const noexcept { return size_hint_; }
+
+ private:
+  File file_;
+  std::string path_;
+  std::int64_t size_hint_ = -1;
+};
+
 /// The first `size` bytes of the file (fewer when it is shorter), for telling formats apart.
-/// Throws as open_for_reading does.
+/// Throws as FileSource does.
 std::string load_head(const char* path, std::size_t size);
 
 /// Strict UTF-8 to UTF-16: overlong forms, encoded surrogates, code points above U+10FFFF and

@@ -20,6 +20,7 @@
 
 #include "io/ascii_reader.hpp"
 #include "io/binary_reader.hpp"
+#include "io/window.hpp"
 #include "io_test_support.hpp"
 
 namespace {
@@ -245,6 +246,37 @@ TEST(MemoryCeiling, ModelsOfEmptyScalarModels) {
   EXPECT_EQ(check.nbModels(), 64u);
   EXPECT_LE(peak_of_read(text, Variant::Ascii), ceiling(text.size()));
   EXPECT_LE(peak_of_read(b.str(), Variant::Binary), ceiling(b.str().size()));
+}
+
+// A read of a file needs its window beyond what reading the same bytes from memory needs, and
+// nothing that grows with the file: here files ten times the window and more.
+TEST(MemoryCeiling, StreamedReadNeedsOnlyTheWindow) {
+  SMatrixContainer big(4);
+  for (int k = 0; k < 40000; ++k) {
+    SMatrixSample s(4, 1e6 * (k + 1));
+    s(1, 2) = C(k, 0.5);
+    big.add(s);
+  }
+  for (const FileFormat format : {BINARY, ASCII}) {
+    const std::string path = test::scratch("memory_big.kvx");
+    write(big, path.c_str(), format);
+    const std::string bytes = test::read_bytes(path);
+    ASSERT_GT(bytes.size(), 10 * detail::Window::kCapacity);
+    const auto peak_of = [](auto read) {
+      SMatrixContainer back;
+      const std::size_t before = g_current;
+      g_peak = g_current;
+      read(back);
+      EXPECT_EQ(back.nbSamples(), 40000u);
+      return g_peak - before;
+    };
+    const std::size_t from_file = peak_of([&](SMatrixContainer& c) { read(c, path.c_str()); });
+    const std::size_t from_memory = peak_of([&](SMatrixContainer& c) {
+      format == ASCII ? detail::parse_ascii(bytes, c) : detail::parse_binary(bytes, c);
+    });
+    EXPECT_LE(from_file, from_memory + detail::Window::kCapacity + 4096) << format;
+    std::remove(path.c_str());
+  }
 }
 
 TEST(MemoryCeiling, PublicReadIncludingTheFileLoad) {
