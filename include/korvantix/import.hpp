@@ -74,9 +74,10 @@ struct NoiseParameters {
 /// "expected a frequency above <f>, found <f>"; "expected <k> values for the frequency <f>,
 /// found <m>"; "expected 5 values for the noise frequency <f>, found <m>"; "expected
 /// [Number of Ports] or a .sNp file name, found neither"; "expected at most <k> ports in a
-/// file of <size> bytes, found <N>"; "expected Hz, kHz, MHz, GHz, S, Y, Z, H, G, MA, DB, RI or
-/// R on the option line, found <t>"; "expected a reference impedance after R, found <t>";
-/// "expected 1 or <N> reference impedances after R, found <m>"; "expected a positive
+/// file of <size> bytes, found <N>" (an input without a size, such as a pipe, counts as 0
+/// bytes here: its port count is refused rather than trusted); "expected Hz, kHz, MHz, GHz, S, Y,
+/// Z, H, G, MA, DB, RI or R on the option line, found <t>"; "expected a reference impedance after
+/// R, found <t>"; "expected 1 or <N> reference impedances after R, found <m>"; "expected a positive
 /// reference impedance, found <z>" (on the line that gave it, checked when the first frequency
 /// needs it); "expected 2 ports for H parameters, found <N>" (or G); "expected a keyword, found
 /// <t>"; "expected [Version] before any other keyword, found <t>"; "expected 2.0 or 2.1 after

@@ -48,7 +48,7 @@ struct Segment {
 
 class CitiReader {
  public:
-  CitiReader(TextSource& source, const std::string& path) : lines_(source), path_(path) {}
+  CitiReader(Window& window, const std::string& path) : lines_(window, path), path_(path) {}
 
   void read(SMatrixContainer& container) {
     std::string_view line;
@@ -408,13 +408,13 @@ class CitiReader {
 
 }  // namespace
 
-void parse_citi(TextSource& source, const std::string& path, SMatrixContainer& container) {
-  CitiReader(source, path).read(container);
+void parse_citi(Window& window, const std::string& path, SMatrixContainer& container) {
+  CitiReader(window, path).read(container);
 }
 
 void parse_citi(std::string_view text, const std::string& path, SMatrixContainer& container) {
-  MemorySource source(text);
-  parse_citi(source, path, container);
+  Window window(text);
+  parse_citi(window, path, container);
 }
 
 }  // namespace korvantix::detail

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -16,29 +15,23 @@
 #include "import/readers.hpp"
 #include "import/text_lines.hpp"
 #include "io/path.hpp"
+#include "io/window.hpp"
 
 namespace korvantix {
 namespace {
 
-// The window's size: large enough that refills are rare, small enough to stay out of the way.
-constexpr std::size_t kWindow = std::size_t{1} << 20;
 // identify looks at no more than this.
 constexpr std::size_t kHead = 4096;
 
-std::uint64_t file_size(std::FILE* file) {
-  if (std::fseek(file, 0, SEEK_END) != 0) return 0;
-  const long size = std::ftell(file);
-  std::rewind(file);
-  return size > 0 ? static_cast<std::uint64_t>(size) : 0;
-}
-
+// Streams the file through the window the native readers use. The size bounds what the file can
+// justify allocating; an input without one (a pipe, a device) counts as empty, so that a port
+// count read from it is refused instead of trusted.
 template <class Parse>
 void read_file(const char* path, Parse&& parse) {
-  const detail::File file = detail::open_for_reading(path);
-  const std::uint64_t size = file_size(file.get());
-  detail::FileSource source(file.get(),
-                            static_cast<std::size_t>(std::min<std::uint64_t>(kWindow, size + 1)));
-  parse(source, std::string(path), size);
+  detail::FileSource source(path);
+  const std::int64_t hint = source.size_hint();
+  detail::Window window(source, hint);
+  parse(window, std::string(path), hint >= 0 ? static_cast<std::uint64_t>(hint) : 0);
 }
 
 bool has_extension(std::string_view path, std::string_view ext) {
@@ -60,8 +53,8 @@ bool touchstone_extension(std::string_view path) {
 // What the first content line of a text says: CITIFILE and its version, a Touchstone option
 // line ("1.1") or [Version] keyword; unknown otherwise (a head of comments included).
 DataFileIdentity identify_text(std::string_view head) {
-  detail::MemorySource source(head);
-  detail::LineReader lines(source);
+  detail::Window window(head);
+  detail::LineReader lines(window, "");
   std::string_view line;
   while (lines.next(line)) {
     std::string_view content = detail::trim(line.substr(0, line.find('!')));
@@ -111,21 +104,21 @@ std::string kvx_version(std::string_view head, bool binary) {
 }  // namespace
 
 void read_touchstone(SMatrixContainer& container, const char* path) {
-  read_file(path, [&](detail::TextSource& source, const std::string& name, std::uint64_t size) {
-    detail::parse_touchstone(source, name, size, container, nullptr);
+  read_file(path, [&](detail::Window& window, const std::string& name, std::uint64_t size) {
+    detail::parse_touchstone(window, name, size, container, nullptr);
   });
 }
 
 void read_touchstone(SMatrixContainer& container, const char* path,
                      std::vector<NoiseParameters>& noise) {
-  read_file(path, [&](detail::TextSource& source, const std::string& name, std::uint64_t size) {
-    detail::parse_touchstone(source, name, size, container, &noise);
+  read_file(path, [&](detail::Window& window, const std::string& name, std::uint64_t size) {
+    detail::parse_touchstone(window, name, size, container, &noise);
   });
 }
 
 void read_cti(SMatrixContainer& container, const char* path) {
-  read_file(path, [&](detail::TextSource& source, const std::string& name, std::uint64_t) {
-    detail::parse_citi(source, name, container);
+  read_file(path, [&](detail::Window& window, const std::string& name, std::uint64_t) {
+    detail::parse_citi(window, name, container);
   });
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// The cores of the foreign-format readers: each parses a text source; `path` names the file in
+// The cores of the foreign-format readers: each parses a byte window; `path` names the file in
 // messages (and gives Touchstone its .sNp extension), `size` is the input's size in bytes,
 // which bounds what the file can justify allocating. The container receives the result only
 // when the whole input was read.
@@ -18,14 +18,14 @@
 namespace korvantix::detail {
 
 /// Reads Touchstone text; the noise block goes to `noise` when it is not null.
-void parse_touchstone(TextSource& source, const std::string& path, std::uint64_t size,
+void parse_touchstone(Window& window, const std::string& path, std::uint64_t size,
                       SMatrixContainer& container, std::vector<NoiseParameters>* noise);
 /// parse_touchstone on text held in memory.
 void parse_touchstone(std::string_view text, const std::string& path, SMatrixContainer& container,
                       std::vector<NoiseParameters>* noise);
 
 /// Reads the first package of CITIfile text.
-void parse_citi(TextSource& source, const std::string& path, SMatrixContainer& container);
+void parse_citi(Window& window, const std::string& path, SMatrixContainer& container);
 /// parse_citi on text held in memory.
 void parse_citi(std::string_view text, const std::string& path, SMatrixContainer& container);
 

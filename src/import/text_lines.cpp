@@ -3,31 +3,19 @@
 #include <charconv>
 #include <cstring>
 #include <limits>
+#include <stdexcept>
+
+#include "detail/message.hpp"
 
 namespace korvantix::detail {
 
-FileSource::FileSource(std::FILE* file, std::size_t capacity)
-    : file_(file), buffer_(capacity, '\0') {}
-
-bool FileSource::fill() {
-  if (begin_ > 0) {
-    std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
-    end_ -= begin_;
-    begin_ = 0;
-  }
-  // Full with unconsumed bytes: a line longer than the buffer, which the file itself pays for.
-  if (end_ == buffer_.size()) buffer_.resize(buffer_.empty() ? 4096 : 2 * buffer_.size());
-  const std::size_t n = std::fread(buffer_.data() + end_, 1, buffer_.size() - end_, file_);
-  end_ += n;
-  return n > 0;
-}
-
 bool LineReader::next(std::string_view& line) {
-  source_.consume(pending_);
+  window_.consume(pending_);
   pending_ = 0;
   std::size_t scanned = 0;
   for (;;) {
-    const std::string_view text = source_.available();
+    // Taken again on every round: more() may move the unconsumed bytes.
+    const std::string_view text(window_.data(), window_.size());
     const void* end = std::memchr(text.data() + scanned, '\n', text.size() - scanned);
     if (end != nullptr) {
       const std::size_t length = static_cast<const char*>(end) - text.data();
@@ -36,10 +24,14 @@ bool LineReader::next(std::string_view& line) {
       break;
     }
     scanned = text.size();
-    if (source_.fill()) continue;
-    if (text.empty()) return false;
-    pending_ = text.size();
-    line = text;
+    if (scanned > kMaxLine) {
+      throw std::runtime_error(message(path_, ":", number_ + 1, ": expected a line of at most ",
+                                       kMaxLine, " bytes, found a longer one"));
+    }
+    if (window_.more()) continue;
+    if (window_.size() == 0) return false;
+    pending_ = window_.size();
+    line = std::string_view(window_.data(), window_.size());
     break;
   }
   if (!line.empty() && line.back() == '\r') line.remove_suffix(1);

@@ -1,68 +1,37 @@
 #pragma once
 
-// The line layer shared by the foreign-format readers: a byte source with a fill/consume window,
-// lines with their numbers, and the tokens and numbers of a line, read exactly and locale-free.
+// The line layer shared by the foreign-format readers: the lines of a byte window (the one the
+// native readers stream through) with their numbers, and the tokens and numbers of a line, read
+// exactly and locale-free.
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <string_view>
 
+#include "io/window.hpp"
+
 namespace korvantix::detail {
 
-/// A window over the input bytes: available() shows the bytes not consumed yet, fill() makes
-/// more of them available (keeping those), consume(n) drops the first n.
-class TextSource {
- public:
-  virtual ~TextSource() = default;
-  virtual std::string_view available() const = 0;
-  /// False at the end of the input (nothing was added).
-  virtual bool fill() = 0;
-  virtual void consume(std::size_t n) = 0;
-};
-
-/// The whole input already in memory (tests, fuzzers).
-class MemorySource final : public TextSource {
- public:
-  explicit MemorySource(std::string_view text) : rest_(text) {}
-  std::string_view available() const override { return rest_; }
-  bool fill() override { return false; }
-  void consume(std::size_t n) override { rest_.remove_prefix(n); }
-
- private:
-  std::string_view rest_;
-};
-
-/// An open file read through one reused buffer of `capacity` bytes, which grows only to hold
-/// a line longer than itself.
-class FileSource final : public TextSource {
- public:
-  FileSource(std::FILE* file, std::size_t capacity);
-  std::string_view available() const override {
-    return std::string_view(buffer_.data() + begin_, end_ - begin_);
-  }
-  bool fill() override;
-  void consume(std::size_t n) override { begin_ += n; }
-
- private:
-  std::FILE* file_;
-  std::string buffer_;
-  std::size_t begin_ = 0;
-  std::size_t end_ = 0;
-};
-
-/// The lines of a source, without their "\n" or "\r\n"; a line stays valid until the next call.
+/// The lines of a window, without their "\n" or "\r\n"; a line stays valid until the next call.
+/// A line longer than the window grows it, up to kMaxLine bytes: no text file of these formats
+/// has such lines, and an endless input without line ends (a device, a pipe) must not grow the
+/// window without bound.
 class LineReader {
  public:
-  explicit LineReader(TextSource& source) : source_(source) {}
-  /// The next line; false at the end of the input.
+  /// 64 MiB.
+  static constexpr std::size_t kMaxLine = std::size_t{64} << 20;
+  /// `path` names the input in the one message of next().
+  LineReader(Window& window, std::string_view path) : window_(window), path_(path) {}
+  /// The next line; false at the end of the input. Throws std::runtime_error "<path>:<line>:
+  /// expected a line of at most 67108864 bytes, found a longer one".
   bool next(std::string_view& line);
   /// The 1-based number of the line last returned (0 before the first).
   std::size_t number() const { return number_; }
 
  private:
-  TextSource& source_;
+  Window& window_;
+  std::string_view path_;
   std::size_t pending_ = 0;
   std::size_t number_ = 0;
 };

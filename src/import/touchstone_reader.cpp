@@ -58,8 +58,8 @@ bool read_numbers(std::string_view text, std::vector<double>& values) {
 
 class TouchstoneReader {
  public:
-  TouchstoneReader(TextSource& source, const std::string& path, std::uint64_t size)
-      : lines_(source), path_(path), size_(size), extension_ports_(extension_ports(path)) {}
+  TouchstoneReader(Window& window, const std::string& path, std::uint64_t size)
+      : lines_(window, path), path_(path), size_(size), extension_ports_(extension_ports(path)) {}
 
   void read(SMatrixContainer& container, std::vector<NoiseParameters>* noise) {
     noise_ = noise;
@@ -612,15 +612,15 @@ class TouchstoneReader {
 
 }  // namespace
 
-void parse_touchstone(TextSource& source, const std::string& path, std::uint64_t size,
+void parse_touchstone(Window& window, const std::string& path, std::uint64_t size,
                       SMatrixContainer& container, std::vector<NoiseParameters>* noise) {
-  TouchstoneReader(source, path, size).read(container, noise);
+  TouchstoneReader(window, path, size).read(container, noise);
 }
 
 void parse_touchstone(std::string_view text, const std::string& path, SMatrixContainer& container,
                       std::vector<NoiseParameters>* noise) {
-  MemorySource source(text);
-  parse_touchstone(source, path, text.size(), container, noise);
+  Window window(text);
+  parse_touchstone(window, path, text.size(), container, noise);
 }
 
 }  // namespace korvantix::detail

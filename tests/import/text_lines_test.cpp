@@ -4,19 +4,21 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "import/import_support.hpp"
+#include "io/pieces.hpp"
+#include "test_support.hpp"
 
 namespace korvantix::detail {
 namespace {
 
-std::vector<std::string> all_lines(TextSource& source) {
-  LineReader lines(source);
+std::vector<std::string> all_lines(Window& window) {
+  LineReader lines(window, "t");
   std::vector<std::string> out;
   std::string_view line;
   while (lines.next(line)) {
@@ -27,21 +29,34 @@ std::vector<std::string> all_lines(TextSource& source) {
 }
 
 TEST(TextLines, LinesFromMemoryAndFromAWindowSmallerThanALine) {
-  const std::string text = "first\r\n\nthird line, longer than the window\r\nlast without end";
-  const std::vector<std::string> expected = {"first", "", "third line, longer than the window",
-                                             "last without end"};
-  MemorySource memory(text);
+  const std::string long_line(300, 'x');  // longer than the smallest window
+  const std::string text = "first\r\n\n" + long_line + "\r\nlast without end";
+  const std::vector<std::string> expected = {"first", "", long_line, "last without end"};
+  Window memory(text);
   EXPECT_EQ(all_lines(memory), expected);
-  const std::string path = testing_import::scratch_path("lines.txt");
-  testing_import::write_text(path, text);
-  for (std::size_t capacity : {0, 1, 3, 7, 4096}) {
-    std::FILE* f = std::fopen(path.c_str(), "rb");
-    ASSERT_NE(f, nullptr);
-    FileSource source(f, capacity);
-    EXPECT_EQ(all_lines(source), expected) << capacity;
-    std::fclose(f);
+  for (std::size_t piece : {1, 3, 7, 4096}) {
+    for (std::size_t capacity : {0, 4096}) {
+      test::Pieces source(text, piece);
+      Window window(source, -1, capacity);
+      EXPECT_EQ(all_lines(window), expected) << piece << " " << capacity;
+    }
   }
-  std::remove(path.c_str());
+}
+
+// An endless input without line ends (a device such as /dev/zero) ends in a message, not in an
+// unbounded window.
+TEST(TextLines, AnEndlessLineIsRefused) {
+  struct Zeros final : ByteSource {
+    std::size_t read(char* out, std::size_t n) override {
+      std::memset(out, 0, n);
+      return n;
+    }
+  } zeros;
+  Window window(zeros, -1);
+  LineReader lines(window, "zero.s2p");
+  std::string_view line;
+  EXPECT_THROW_MSG(lines.next(line), std::runtime_error,
+                   "zero.s2p:1: expected a line of at most 67108864 bytes, found a longer one");
 }
 
 TEST(TextLines, TokensAndHowMessagesShowThem) {

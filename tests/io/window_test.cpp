@@ -23,6 +23,7 @@
 #include "io/binary_writer.hpp"
 #include "io/window.hpp"
 #include "io_test_support.hpp"
+#include "pieces.hpp"
 #include "test_support.hpp"
 
 #if !defined(_WIN32)
@@ -34,21 +35,7 @@
 namespace korvantix {
 namespace {
 
-// Hands out at most `piece` bytes per read, so that every token meets a refill somewhere.
-class Pieces final : public detail::ByteSource {
- public:
-  Pieces(std::string_view data, std::size_t piece) : data_(data), piece_(piece) {}
-  std::size_t read(char* out, std::size_t n) override {
-    n = std::min({n, piece_, data_.size()});
-    std::memcpy(out, data_.data(), n);
-    data_.remove_prefix(n);
-    return n;
-  }
-
- private:
-  std::string_view data_;
-  std::size_t piece_;
-};
+using test::Pieces;
 
 std::string binary_of(const SMatrixContainer& c) {
   std::string bytes;
