@@ -48,7 +48,7 @@ struct Segment {
 
 class CitiReader {
  public:
-  CitiReader(Window& window, const std::string& path) : lines_(window, path), path_(path) {}
+  CitiReader(Window& window, const std::string& path) : lines_(window, path) {}
 
   void read(SMatrixContainer& container) {
     std::string_view line;
@@ -62,11 +62,11 @@ class CitiReader {
  private:
   template <class... Pieces>
   [[noreturn]] void fail_at(std::size_t line, const Pieces&... pieces) const {
-    throw std::runtime_error(message(path_, ':', line == 0 ? 1 : line, ": ", pieces...));
+    lines_.fail_at(line, pieces...);
   }
   template <class... Pieces>
   [[noreturn]] void fail(const Pieces&... pieces) const {
-    fail_at(lines_.number(), pieces...);
+    lines_.fail(pieces...);
   }
 
   // False at the start of a second package, which is not read.
@@ -389,7 +389,6 @@ class CitiReader {
   }
 
   LineReader lines_;
-  const std::string& path_;
   SMatrixContainer result_;
   bool started_ = false;
   State state_ = State::Declarations;

@@ -25,8 +25,7 @@ bool LineReader::next(std::string_view& line) {
     }
     scanned = text.size();
     if (scanned > kMaxLine) {
-      throw std::runtime_error(message(path_, ":", number_ + 1, ": expected a line of at most ",
-                                       kMaxLine, " bytes, found a longer one"));
+      fail_at(number_ + 1, "expected a line of at most ", kMaxLine, " bytes, found a longer one");
     }
     if (window_.more()) continue;
     if (window_.size() == 0) return false;

@@ -6,9 +6,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "detail/message.hpp"
 #include "io/window.hpp"
 
 namespace korvantix::detail {
@@ -28,6 +30,18 @@ class LineReader {
   bool next(std::string_view& line);
   /// The 1-based number of the line last returned (0 before the first).
   std::size_t number() const { return number_; }
+
+  /// Throws std::runtime_error "<path>:<line>: " followed by the pieces; line 0 (nothing read
+  /// yet) shows as line 1.
+  template <class... Pieces>
+  [[noreturn]] void fail_at(std::size_t line, const Pieces&... pieces) const {
+    throw std::runtime_error(message(path_, ':', line == 0 ? 1 : line, ": ", pieces...));
+  }
+  /// fail_at the line last returned.
+  template <class... Pieces>
+  [[noreturn]] void fail(const Pieces&... pieces) const {
+    fail_at(number_, pieces...);
+  }
 
  private:
   Window& window_;

@@ -59,7 +59,7 @@ bool read_numbers(std::string_view text, std::vector<double>& values) {
 class TouchstoneReader {
  public:
   TouchstoneReader(Window& window, const std::string& path, std::uint64_t size)
-      : lines_(window, path), path_(path), size_(size), extension_ports_(extension_ports(path)) {}
+      : lines_(window, path), size_(size), extension_ports_(extension_ports(path)) {}
 
   void read(SMatrixContainer& container, std::vector<NoiseParameters>* noise) {
     noise_ = noise;
@@ -74,11 +74,11 @@ class TouchstoneReader {
  private:
   template <class... Pieces>
   [[noreturn]] void fail_at(std::size_t line, const Pieces&... pieces) const {
-    throw std::runtime_error(message(path_, ':', line == 0 ? 1 : line, ": ", pieces...));
+    lines_.fail_at(line, pieces...);
   }
   template <class... Pieces>
   [[noreturn]] void fail(const Pieces&... pieces) const {
-    fail_at(lines_.number(), pieces...);
+    lines_.fail(pieces...);
   }
 
   void read_line(std::string_view line) {
@@ -555,7 +555,6 @@ class TouchstoneReader {
   }
 
   LineReader lines_;
-  const std::string& path_;
   std::uint64_t size_;
   std::uint64_t extension_ports_;
   std::vector<NoiseParameters>* noise_ = nullptr;
