@@ -60,15 +60,6 @@ class CitiReader {
   }
 
  private:
-  template <class... Pieces>
-  [[noreturn]] void fail_at(std::size_t line, const Pieces&... pieces) const {
-    lines_.fail_at(line, pieces...);
-  }
-  template <class... Pieces>
-  [[noreturn]] void fail(const Pieces&... pieces) const {
-    lines_.fail(pieces...);
-  }
-
   // False at the start of a second package, which is not read.
   bool read_line(std::string_view text) {
     if (text.empty()) return true;
@@ -76,7 +67,7 @@ class CitiReader {
     const std::string_view keyword = next_token(rest);
     if (!started_) {
       if (keyword != "CITIFILE")
-        fail("expected CITIFILE on the first line, found ", found(keyword));
+        lines_.fail("expected CITIFILE on the first line, found ", found(keyword));
       started_ = true;
       return true;
     }
@@ -103,7 +94,7 @@ class CitiReader {
         else if (keyword == "SEG")
           read_segment(rest);
         else
-          fail("expected SEG or SEG_LIST_END, found ", found(keyword));
+          lines_.fail("expected SEG or SEG_LIST_END, found ", found(keyword));
         return true;
       case State::Declarations:
         break;
@@ -119,7 +110,7 @@ class CitiReader {
     } else if (keyword == "BEGIN") {
       read_block_begin();
     } else {
-      fail("expected a CITIfile keyword, found ", found(keyword));
+      lines_.fail("expected a CITIfile keyword, found ", found(keyword));
     }
     return true;
   }
@@ -135,12 +126,12 @@ class CitiReader {
 
   void read_var(std::string_view text) {
     const std::string_view all = trim(text);
-    if (var_line_ != 0) fail("expected one VAR line, found a second");
+    if (var_line_ != 0) lines_.fail("expected one VAR line, found a second");
     const std::string_view name = next_token(text);
     const std::string_view format = next_token(text);
     if (!iequals(name, "freq") || format != "MAG" || !parse_count(next_token(text), declared_) ||
         !next_token(text).empty())
-      fail("expected VAR freq MAG <count>, found ", found(all));
+      lines_.fail("expected VAR freq MAG <count>, found ", found(all));
     var_line_ = lines_.number();
   }
 
@@ -150,7 +141,7 @@ class CitiReader {
     Block block;
     block.line = lines_.number();
     if (!parse_key(key, block))
-      fail("expected a data name such as S[1,2], PORTZ[1] or Gamma[0], found ", found(key));
+      lines_.fail("expected a data name such as S[1,2], PORTZ[1] or Gamma[0], found ", found(key));
     if (format == "RI") {
       block.format = ValueFormat::RI;
     } else if (format == "MAG") {
@@ -160,7 +151,7 @@ class CitiReader {
     } else if (format == "DBANGLE") {
       block.format = ValueFormat::DBANGLE;
     } else {
-      fail("expected RI, MAG, MAGANGLE or DBANGLE, found ", found(format));
+      lines_.fail("expected RI, MAG, MAGANGLE or DBANGLE, found ", found(format));
     }
     blocks_.push_back(std::move(block));
   }
@@ -187,17 +178,18 @@ class CitiReader {
   }
 
   void read_list_begin(std::string_view keyword) {
-    if (var_line_ == 0) fail("expected VAR freq MAG <count> before ", keyword, ", found none");
-    if (listed_) fail("expected one frequency list, found a second");
+    if (var_line_ == 0)
+      lines_.fail("expected VAR freq MAG <count> before ", keyword, ", found none");
+    if (listed_) lines_.fail("expected one frequency list, found a second");
     listed_ = true;
     state_ = keyword == "VAR_LIST_BEGIN" ? State::FrequencyList : State::SegmentList;
   }
 
   void check_frequency(double f, std::string_view token) {
     if (!(f >= 0.0) || !std::isfinite(f))
-      fail("expected a finite frequency of at least 0, found ", token);
+      lines_.fail("expected a finite frequency of at least 0, found ", token);
     if (listed_count_ > 0 && !(f > previous_))
-      fail("expected a frequency above ", previous_token_, ", found ", token);
+      lines_.fail("expected a frequency above ", previous_token_, ", found ", token);
     previous_ = f;
     previous_token_.assign(token.data(), token.size());
   }
@@ -213,7 +205,7 @@ class CitiReader {
   }
 
   [[noreturn]] void too_many_frequencies() const {
-    fail("expected ", declared_, " frequencies as VAR freq says, found more");
+    lines_.fail("expected ", declared_, " frequencies as VAR freq says, found more");
   }
 
   // "SEG start stop count": count frequencies evenly spaced from start to stop. They are made
@@ -224,11 +216,11 @@ class CitiReader {
     const std::string_view count_token = next_token(text);
     Segment s{number(start_token), number(stop_token), 0};
     if (!parse_count(count_token, s.count) || s.count == 0)
-      fail("expected a positive whole number, found ", found(count_token));
+      lines_.fail("expected a positive whole number, found ", found(count_token));
     check_frequency(s.start, start_token);
     if (s.count > 1) {
       if (!(s.stop > s.start))
-        fail("expected a frequency above ", start_token, ", found ", stop_token);
+        lines_.fail("expected a frequency above ", start_token, ", found ", stop_token);
       check_frequency(s.stop, stop_token);
     }
     if (s.count > declared_ - listed_count_) too_many_frequencies();
@@ -238,16 +230,16 @@ class CitiReader {
 
   void end_list(std::string_view keyword) {
     if (listed_count_ != declared_) {
-      fail("expected ", declared_, " frequencies as VAR freq says, found ", listed_count_,
-           " before ", keyword);
+      lines_.fail("expected ", declared_, " frequencies as VAR freq says, found ", listed_count_,
+                  " before ", keyword);
     }
     state_ = State::Declarations;
   }
 
   void read_block_begin() {
-    if (var_line_ == 0) fail("expected VAR freq MAG <count> before BEGIN, found none");
+    if (var_line_ == 0) lines_.fail("expected VAR freq MAG <count> before BEGIN, found none");
     if (next_block_ == blocks_.size()) {
-      fail("expected ", blocks_.size(), " data blocks, one per DATA line, found more");
+      lines_.fail("expected ", blocks_.size(), " data blocks, one per DATA line, found more");
     }
     state_ = State::Block;
   }
@@ -259,13 +251,13 @@ class CitiReader {
     std::size_t n = 0;
     for (std::string_view t = next_token(text, true); !t.empty(); t = next_token(text, true)) {
       if (n == wanted)
-        fail("expected ", wanted, " values on a data line, found ",
-             n + 1 + count_tokens(text, true));
+        lines_.fail("expected ", wanted, " values on a data line, found ",
+                    n + 1 + count_tokens(text, true));
       v[n++] = number(t);
     }
-    if (n != wanted) fail("expected ", wanted, " values on a data line, found ", n);
+    if (n != wanted) lines_.fail("expected ", wanted, " values on a data line, found ", n);
     if (block.values.size() == declared_) {
-      fail("expected ", declared_, " data lines between BEGIN and END, found more");
+      lines_.fail("expected ", declared_, " data lines between BEGIN and END, found more");
     }
     switch (block.format) {
       case ValueFormat::RI:
@@ -286,20 +278,22 @@ class CitiReader {
   void end_block() {
     const std::size_t n = blocks_[next_block_].values.size();
     if (n != declared_)
-      fail("expected ", declared_, " data lines between BEGIN and END, found ", n);
+      lines_.fail("expected ", declared_, " data lines between BEGIN and END, found ", n);
     ++next_block_;
     state_ = State::Declarations;
   }
 
   void finish() {
-    if (!started_) fail("expected CITIFILE on the first line, found end of file");
-    if (state_ == State::Block) fail("expected END, found end of file");
-    if (state_ == State::FrequencyList) fail("expected VAR_LIST_END, found end of file");
-    if (state_ == State::SegmentList) fail("expected SEG_LIST_END, found end of file");
-    if (var_line_ == 0) fail("expected VAR freq MAG <count>, found none");
-    if (declared_ > 0 && !listed_) fail("expected VAR_LIST_BEGIN or SEG_LIST_BEGIN, found none");
+    if (!started_) lines_.fail("expected CITIFILE on the first line, found end of file");
+    if (state_ == State::Block) lines_.fail("expected END, found end of file");
+    if (state_ == State::FrequencyList) lines_.fail("expected VAR_LIST_END, found end of file");
+    if (state_ == State::SegmentList) lines_.fail("expected SEG_LIST_END, found end of file");
+    if (var_line_ == 0) lines_.fail("expected VAR freq MAG <count>, found none");
+    if (declared_ > 0 && !listed_)
+      lines_.fail("expected VAR_LIST_BEGIN or SEG_LIST_BEGIN, found none");
     if (next_block_ != blocks_.size()) {
-      fail("expected ", blocks_.size(), " data blocks, one per DATA line, found ", next_block_);
+      lines_.fail("expected ", blocks_.size(), " data blocks, one per DATA line, found ",
+                  next_block_);
     }
     const std::size_t n = port_count();
     // Every S block holds `declared_` values, so the segment frequencies are now justified.
@@ -319,17 +313,18 @@ class CitiReader {
       if (b.kind == Kind::S) {
         slot = &s_blocks[(b.i - 1) * n + (b.j - 1)];
       } else if (b.kind == Kind::PortZ) {
-        if (b.i > n) fail_at(b.line, "expected PORTZ[1] to PORTZ[", n, "], found ", b.name);
+        if (b.i > n) lines_.fail_at(b.line, "expected PORTZ[1] to PORTZ[", n, "], found ", b.name);
         slot = &zref_blocks[b.i - 1];
       } else {
         if (b.i >= n) {
-          fail_at(b.line, "expected an index from 0 to ", n - 1, ", found ", b.name, '[', b.i, ']');
+          lines_.fail_at(b.line, "expected an index from 0 to ", n - 1, ", found ", b.name, '[',
+                         b.i, ']');
         }
         data.emplace_back(PortDataName(b.name, b.i), &b);
         continue;
       }
       if (*slot != nullptr)
-        fail_at(b.line, "expected one DATA line for ", b.name, ", found a second");
+        lines_.fail_at(b.line, "expected one DATA line for ", b.name, ", found a second");
       *slot = &b;
     }
     std::sort(data.begin(), data.end(),
@@ -337,8 +332,8 @@ class CitiReader {
     std::vector<PortDataName> names;
     for (const auto& [key, block] : data) {
       if (!names.empty() && names.back() == key) {
-        fail_at(block->line, "expected one DATA line for ", key.first, '[', key.second,
-                "], found a second");
+        lines_.fail_at(block->line, "expected one DATA line for ", key.first, '[', key.second,
+                       "], found a second");
       }
       names.push_back(key);
     }
@@ -368,15 +363,17 @@ class CitiReader {
       n = std::max({n, b.i, b.j});
       ++count;
     }
-    if (count == 0) fail("expected DATA S[i,j] lines, found none");
+    if (count == 0) lines_.fail("expected DATA S[i,j] lines, found none");
     if (n > count / n) {
-      fail("expected DATA S[i,j] for every i and j up to ", n, ", found ", count, " of them");
+      lines_.fail("expected DATA S[i,j] for every i and j up to ", n, ", found ", count,
+                  " of them");
     }
     std::vector<bool> seen(n * n, false);
     for (const Block& b : blocks_) {
       if (b.kind != Kind::S) continue;
       const std::size_t k = (b.i - 1) * n + (b.j - 1);
-      if (seen[k]) fail_at(b.line, "expected one DATA line for ", b.name, ", found a second");
+      if (seen[k])
+        lines_.fail_at(b.line, "expected one DATA line for ", b.name, ", found a second");
       seen[k] = true;
     }
     return n;
@@ -384,7 +381,7 @@ class CitiReader {
 
   double number(std::string_view token) const {
     double v = 0.0;
-    if (!parse_number(token, v)) fail("expected a number, found ", found(token));
+    if (!parse_number(token, v)) lines_.fail("expected a number, found ", found(token));
     return v;
   }
 

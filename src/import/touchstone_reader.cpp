@@ -72,15 +72,6 @@ class TouchstoneReader {
   }
 
  private:
-  template <class... Pieces>
-  [[noreturn]] void fail_at(std::size_t line, const Pieces&... pieces) const {
-    lines_.fail_at(line, pieces...);
-  }
-  template <class... Pieces>
-  [[noreturn]] void fail(const Pieces&... pieces) const {
-    lines_.fail(pieces...);
-  }
-
   void read_line(std::string_view line) {
     const std::size_t bang = line.find('!');
     std::string_view content = trim(line.substr(0, bang));
@@ -99,8 +90,8 @@ class TouchstoneReader {
     if (content.empty()) return;
     if (content.front() == '#' || content.front() == '[') {
       if (reference_wanted_) {
-        fail("expected ", ports_, " reference impedances after [Reference], found ",
-             reference_.size());
+        lines_.fail("expected ", ports_, " reference impedances after [Reference], found ",
+                    reference_.size());
       }
       if (content.front() == '#')
         read_option_line(content.substr(1));
@@ -111,7 +102,7 @@ class TouchstoneReader {
     } else if (section_ == Section::Noise) {
       read_noise_data(content);
     } else if (version2_ && section_ != Section::Network) {
-      fail("expected [Network Data] before the data, found ", found(next_token(content)));
+      lines_.fail("expected [Network Data] before the data, found ", found(next_token(content)));
     } else {
       read_network_data(content);
     }
@@ -121,7 +112,7 @@ class TouchstoneReader {
   // later ones are ignored. Several R values (one per port) are taken in any version.
   void read_option_line(std::string_view text) {
     if (option_line_ != 0) return;
-    if (data_started()) fail("expected the option line before the data, found it after");
+    if (data_started()) lines_.fail("expected the option line before the data, found it after");
     option_line_ = lines_.number();
     std::string_view t = next_token(text);
     while (!t.empty()) {
@@ -152,10 +143,11 @@ class TouchstoneReader {
         double v = 0.0;
         for (t = next_token(text); parse_number(t, v); t = next_token(text))
           option_r_.push_back(v);
-        if (option_r_.empty()) fail("expected a reference impedance after R, found ", found(t));
+        if (option_r_.empty())
+          lines_.fail("expected a reference impedance after R, found ", found(t));
         continue;
       } else {
-        fail(
+        lines_.fail(
             "expected Hz, kHz, MHz, GHz, S, Y, Z, H, G, MA, DB, RI or R on the option line, "
             "found ",
             found(t));
@@ -166,26 +158,27 @@ class TouchstoneReader {
 
   void read_keyword(std::string_view text) {
     const std::size_t close = text.find(']');
-    if (close == std::string_view::npos) fail("expected a keyword, found ", found(text));
+    if (close == std::string_view::npos) lines_.fail("expected a keyword, found ", found(text));
     const std::string_view keyword = text.substr(0, close + 1);
     const std::string_view name = text.substr(1, close - 1);
     std::string_view rest = text.substr(close + 1);
     if (!version2_ && !iequals(name, "Version"))
-      fail("expected [Version] before any other keyword, found ", found(keyword));
+      lines_.fail("expected [Version] before any other keyword, found ", found(keyword));
     // The layout of the values may not change once they have begun.
     if (data_started() && !iequals(name, "Noise Data") && !iequals(name, "End") &&
         !iequals(name, "Begin Information") && !iequals(name, "End Information"))
-      fail("expected [Noise Data] or [End] after the network data, found ", found(keyword));
+      lines_.fail("expected [Noise Data] or [End] after the network data, found ", found(keyword));
     if (iequals(name, "Version")) {
       const std::string_view v = next_token(rest);
-      if (v != "2.0" && v != "2.1") fail("expected 2.0 or 2.1 after [Version], found ", found(v));
+      if (v != "2.0" && v != "2.1")
+        lines_.fail("expected 2.0 or 2.1 after [Version], found ", found(v));
       version2_ = true;
     } else if (iequals(name, "Number of Ports")) {
       set_ports(positive_count(next_token(rest)));
     } else if (iequals(name, "Two-Port Data Order")) {
       const std::string_view v = next_token(rest);
       if (v != "12_21" && v != "21_12")
-        fail("expected 12_21 or 21_12 after [Two-Port Data Order], found ", found(v));
+        lines_.fail("expected 12_21 or 21_12 after [Two-Port Data Order], found ", found(v));
       order_21_12_ = v == "21_12";
     } else if (iequals(name, "Number of Frequencies")) {
       declared_frequencies_ = count(next_token(rest));
@@ -194,7 +187,7 @@ class TouchstoneReader {
       declared_noise_ = count(next_token(rest));
       noise_declared_ = true;
     } else if (iequals(name, "Reference")) {
-      if (ports_ == 0) fail("expected [Number of Ports] before [Reference], found none");
+      if (ports_ == 0) lines_.fail("expected [Number of Ports] before [Reference], found none");
       reference_.clear();
       reference_line_ = lines_.number();
       reference_wanted_ = true;
@@ -208,16 +201,17 @@ class TouchstoneReader {
       } else if (iequals(v, "Upper")) {
         matrix_format_ = MatrixFormat::Upper;
       } else {
-        fail("expected Full, Lower or Upper after [Matrix Format], found ", found(v));
+        lines_.fail("expected Full, Lower or Upper after [Matrix Format], found ", found(v));
       }
     } else if (iequals(name, "Mixed-Mode Order")) {
-      fail("expected single-ended data, found [Mixed-Mode Order] (mixed-mode data is not read)");
+      lines_.fail(
+          "expected single-ended data, found [Mixed-Mode Order] (mixed-mode data is not read)");
     } else if (iequals(name, "Begin Information")) {
       in_information_ = true;
     } else if (iequals(name, "End Information")) {
       // A stray end of an information block closes nothing.
     } else if (iequals(name, "Network Data")) {
-      if (ports_ == 0) fail("expected [Number of Ports] before [Network Data], found none");
+      if (ports_ == 0) lines_.fail("expected [Number of Ports] before [Network Data], found none");
       section_ = Section::Network;
     } else if (iequals(name, "Noise Data")) {
       end_network_data();
@@ -225,15 +219,15 @@ class TouchstoneReader {
     } else if (iequals(name, "End")) {
       ended_ = true;
     } else {
-      fail("expected a Touchstone keyword, found ", found(keyword));
+      lines_.fail("expected a Touchstone keyword, found ", found(keyword));
     }
   }
 
   void read_reference(std::string_view text) {
     for (std::string_view t = next_token(text); !t.empty(); t = next_token(text)) {
       if (reference_.size() == ports_) {
-        fail("expected ", ports_, " reference impedances after [Reference], found ",
-             ports_ + 1 + count_tokens(text));
+        lines_.fail("expected ", ports_, " reference impedances after [Reference], found ",
+                    ports_ + 1 + count_tokens(text));
       }
       reference_.push_back(number(t));
     }
@@ -243,7 +237,7 @@ class TouchstoneReader {
   void read_network_data(std::string_view text) {
     if (ports_ == 0) {
       if (extension_ports_ == 0)
-        fail("expected [Number of Ports] or a .sNp file name, found neither");
+        lines_.fail("expected [Number of Ports] or a .sNp file name, found neither");
       set_ports(extension_ports_);
     }
     const std::size_t k = values_per_frequency();
@@ -259,15 +253,15 @@ class TouchstoneReader {
             read_noise_data(std::string_view(t.data(), text.data() + text.size() - t.data()));
             return;
           }
-          fail("expected a frequency above ", frequency_token_, ", found ", t);
+          lines_.fail("expected a frequency above ", frequency_token_, ", found ", t);
         }
         previous_ = f;
         frequency_token_.assign(t.data(), t.size());
       }
       values_.push_back(v);
       if (values_.size() == k && count_tokens(text) != 0) {
-        fail("expected ", k, " values for the frequency ", frequency_token_, ", found ",
-             k + count_tokens(text));
+        lines_.fail("expected ", k, " values for the frequency ", frequency_token_, ", found ",
+                    k + count_tokens(text));
       }
     }
   }
@@ -278,15 +272,15 @@ class TouchstoneReader {
       if (noise_count_ == 0) {
         const double f = frequency(v, t);
         if (noise_lines_ > 0 && !(f > noise_previous_))
-          fail("expected a frequency above ", noise_token_, ", found ", t);
+          lines_.fail("expected a frequency above ", noise_token_, ", found ", t);
         noise_previous_ = f;
         noise_token_.assign(t.data(), t.size());
       }
       noise_values_[noise_count_++] = v;
       if (noise_count_ < kNoiseValues) continue;
       if (count_tokens(text) != 0) {
-        fail("expected ", kNoiseValues, " values for the noise frequency ", noise_token_,
-             ", found ", kNoiseValues + count_tokens(text));
+        lines_.fail("expected ", kNoiseValues, " values for the noise frequency ", noise_token_,
+                    ", found ", kNoiseValues + count_tokens(text));
       }
       noise_count_ = 0;
       ++noise_lines_;
@@ -341,8 +335,8 @@ class TouchstoneReader {
     if (values_.empty() || section_ == Section::Noise) return;
     const std::size_t k = values_per_frequency();
     if (values_.size() != k) {
-      fail_at(solver_line_, "expected ", k, " values for the frequency ", frequency_token_,
-              ", found ", values_.size());
+      lines_.fail_at(solver_line_, "expected ", k, " values for the frequency ", frequency_token_,
+                     ", found ", values_.size());
     }
     const std::size_t n = solver_values_.size();
     if (n == 2 * ports_) {
@@ -350,8 +344,8 @@ class TouchstoneReader {
       solver_[kind].assign(solver_values_.begin(), solver_values_.end());
     } else if (n != 2 * ports_ * ports_) {
       // The matrix form (terminal data) is skipped; any other count is a damaged line.
-      fail_at(solver_line_, "expected ", 2 * ports_, " values after \"! ", kSolverWords[kind],
-              "\", found ", n);
+      lines_.fail_at(solver_line_, "expected ", 2 * ports_, " values after \"! ",
+                     kSolverWords[kind], "\", found ", n);
     }
   }
 
@@ -359,8 +353,8 @@ class TouchstoneReader {
     if (values_.empty()) return;
     const std::size_t k = values_per_frequency();
     if (values_.size() != k) {
-      fail("expected ", k, " values for the frequency ", frequency_token_, ", found ",
-           values_.size());
+      lines_.fail("expected ", k, " values for the frequency ", frequency_token_, ", found ",
+                  values_.size());
     }
     finish_sample();
   }
@@ -388,14 +382,14 @@ class TouchstoneReader {
     }
     result_.reset(ports_, names_);
     if ((parameter_ == Parameter::H || parameter_ == Parameter::G) && ports_ != 2) {
-      fail_at(option_line_, "expected 2 ports for ", parameter_ == Parameter::H ? "H" : "G",
-              " parameters, found ", ports_);
+      lines_.fail_at(option_line_, "expected 2 ports for ", parameter_ == Parameter::H ? "H" : "G",
+                     " parameters, found ", ports_);
     }
     std::size_t line = option_line_;
     zref_.assign(ports_, kDefaultReference);
     if (!reference_.empty() && reference_.size() != ports_) {
-      fail_at(reference_line_, "expected ", ports_,
-              " reference impedances after [Reference], found ", reference_.size());
+      lines_.fail_at(reference_line_, "expected ", ports_,
+                     " reference impedances after [Reference], found ", reference_.size());
     }
     if (!reference_.empty()) {
       zref_ = reference_;
@@ -405,12 +399,12 @@ class TouchstoneReader {
     } else if (option_r_.size() == ports_) {
       zref_ = option_r_;
     } else if (!option_r_.empty()) {
-      fail_at(option_line_, "expected 1 or ", ports_, " reference impedances after R, found ",
-              option_r_.size());
+      lines_.fail_at(option_line_, "expected 1 or ", ports_,
+                     " reference impedances after R, found ", option_r_.size());
     }
     for (double z : zref_) {
       if (!(z > 0.0) || !std::isfinite(z))
-        fail_at(line, "expected a positive reference impedance, found ", z);
+        lines_.fail_at(line, "expected a positive reference impedance, found ", z);
     }
     // Version 1 files normalise Y, Z, H and G to the reference impedance.
     normalised_ = version2_ ? std::vector<std::complex<double>>(zref_.begin(), zref_.end())
@@ -420,7 +414,7 @@ class TouchstoneReader {
   void finish_sample() {
     if (!prepared_) prepare();
     if (solver_found_[0] != first_solver_[0] || solver_found_[1] != first_solver_[1]) {
-      fail(
+      lines_.fail(
           "expected the same field-solver comments for every frequency, found a difference at "
           "the frequency ",
           frequency_token_);
@@ -477,28 +471,28 @@ class TouchstoneReader {
 
   void finish() {
     if (solver_kind_ >= 0) close_solver_comment();
-    if (in_information_) fail("expected [End Information], found end of file");
+    if (in_information_) lines_.fail("expected [End Information], found end of file");
     if (reference_wanted_) {
-      fail("expected ", ports_, " reference impedances after [Reference], found ",
-           reference_.size());
+      lines_.fail("expected ", ports_, " reference impedances after [Reference], found ",
+                  reference_.size());
     }
     if (ports_ == 0) {
       if (extension_ports_ == 0)
-        fail("expected [Number of Ports] or a .sNp file name, found neither");
+        lines_.fail("expected [Number of Ports] or a .sNp file name, found neither");
       set_ports(extension_ports_);
     }
     end_network_data();
     if (noise_count_ != 0) {
-      fail("expected ", kNoiseValues, " values for the noise frequency ", noise_token_, ", found ",
-           noise_count_);
+      lines_.fail("expected ", kNoiseValues, " values for the noise frequency ", noise_token_,
+                  ", found ", noise_count_);
     }
     if (frequencies_declared_ && declared_frequencies_ != frequencies_) {
-      fail("expected ", declared_frequencies_,
-           " frequencies as [Number of Frequencies] says, found ", frequencies_);
+      lines_.fail("expected ", declared_frequencies_,
+                  " frequencies as [Number of Frequencies] says, found ", frequencies_);
     }
     if (noise_declared_ && declared_noise_ != noise_lines_) {
-      fail("expected ", declared_noise_,
-           " noise frequencies as [Number of Noise Frequencies] says, found ", noise_lines_);
+      lines_.fail("expected ", declared_noise_,
+                  " noise frequencies as [Number of Noise Frequencies] says, found ", noise_lines_);
     }
     if (!prepared_) result_.reset(ports_, {});
     for (const auto& [k, name] : port_names_) {
@@ -515,7 +509,7 @@ class TouchstoneReader {
         --most;
       while ((most + 1) * (most + 1) <= size_)
         ++most;
-      fail("expected at most ", most, " ports in a file of ", size_, " bytes, found ", n);
+      lines_.fail("expected at most ", most, " ports in a file of ", size_, " bytes, found ", n);
     }
     ports_ = n;
   }
@@ -523,7 +517,7 @@ class TouchstoneReader {
   double frequency(double value, std::string_view token) const {
     const double f = value * unit_;
     if (!(f >= 0.0) || !std::isfinite(f))
-      fail("expected a finite frequency of at least 0, found ", token);
+      lines_.fail("expected a finite frequency of at least 0, found ", token);
     return f;
   }
 
@@ -537,20 +531,20 @@ class TouchstoneReader {
 
   double number(std::string_view token) const {
     double v = 0.0;
-    if (!parse_number(token, v)) fail("expected a number, found ", found(token));
+    if (!parse_number(token, v)) lines_.fail("expected a number, found ", found(token));
     return v;
   }
 
   std::uint64_t count(std::string_view token) const {
     std::uint64_t v = 0;
-    if (!parse_count(token, v)) fail("expected a whole number, found ", found(token));
+    if (!parse_count(token, v)) lines_.fail("expected a whole number, found ", found(token));
     return v;
   }
 
   std::uint64_t positive_count(std::string_view token) const {
     std::uint64_t v = 0;
     if (!parse_count(token, v) || v == 0)
-      fail("expected a positive whole number, found ", found(token));
+      lines_.fail("expected a positive whole number, found ", found(token));
     return v;
   }
 
