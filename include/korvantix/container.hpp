@@ -276,6 +276,17 @@ class KORVANTIX_API SMatrixContainer : public SMatrixEvaluator {
   /// been joined; the other workers stop early and samples is then left unchanged.
   void load(const std::vector<double>& freqs, std::vector<SMatrixSample>& samples,
             std::size_t nbThreads) const;
+  /// The S-matrices of evaluate_symm (for a symmetric container) or evaluate with t at count
+  /// frequencies, written row-major to out: S at freqs[k] fills out[k * N * N] up to
+  /// out[(k + 1) * N * N - 1], N = nbPorts(). Equal bit for bit to evaluating one frequency at a
+  /// time, but without a sample per frequency, so it is the fast path for arrays of
+  /// frequencies; ascending frequencies are found fastest. Runs on nbThreads threads as load
+  /// does, but never more than one per 256 frequencies (a thread costs more than that saves).
+  /// Throws what evaluate throws at the lowest failing position (out is then partly written),
+  /// and std::runtime_error "S-matrix sample at <f> Hz has <n> ports, the container has <N>"
+  /// when a stored sample or a model read has another port count than the container.
+  void load_S(const double* freqs, std::size_t count, InterpolationType t,
+              std::complex<double>* out, std::size_t nbThreads) const;
   /// Adds one model over [fmin, fmax] (through add, so its checks apply) whose S entries and
   /// port data are random stable PoleZeroModels of nbPoles poles, with S(j, i) equal to
   /// S(i, j), and whose reference impedances are the constant 50 Ohm. The draws come from

@@ -4,17 +4,12 @@
 #include <korvantix/model.hpp>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstddef>
-#include <exception>
-#include <mutex>
 #include <numeric>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <system_error>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -23,11 +18,6 @@
 namespace korvantix::python {
 
 namespace {
-
-// Frequencies per worker below which starting another thread costs more than it saves, and
-// the block a worker takes at a time (sorted queries stay neighbours within a block).
-constexpr std::size_t kPerWorker = 256;
-constexpr std::size_t kBlock = 512;
 
 void copy_s(const SMatrixSample& s, std::size_t n, Complex* dst) {
   if (s.S().size() != n * n) {
@@ -39,63 +29,6 @@ void copy_s(const SMatrixSample& s, std::size_t n, Complex* dst) {
   std::copy(s.S().begin(), s.S().end(), dst);
 }
 
-// S at every frequency into dst (F * N * N entries), on worker threads for long lists; the GIL
-// is released by the caller. The container's own bulk evaluation, load, evaluates the same
-// way (evaluate_symm for a symmetric container, which gives the same values, only faster),
-// but keeps one heap-allocated sample per frequency until the end: on 200,000 frequencies of
-// a 4-port that is 64 MB of fresh pages and 600,000 frees, and writing each sample straight
-// into the array measured faster. Failures are those of the lowest failing list position,
-// as in a plain loop, whatever the thread that meets one first.
-void evaluate_into(const SMatrixContainer& c, const std::vector<double>& freqs, InterpolationType t,
-                   Complex* dst) {
-  const std::size_t n = c.nbPorts();
-  const std::size_t count = freqs.size();
-  const bool symmetric = c.is_symmetric();
-  std::atomic<std::size_t> next{0};
-  std::atomic<std::size_t> limit{count};  // nothing at or above a failed position is needed
-  std::mutex error_mutex;
-  std::size_t error_position = count;
-  std::exception_ptr error;
-
-  const auto work = [&]() noexcept {
-    for (;;) {
-      const std::size_t first = next.fetch_add(kBlock);
-      if (first >= limit.load()) return;
-      const std::size_t last = std::min(first + kBlock, count);
-      for (std::size_t k = first; k < last && k < limit.load(); ++k) {
-        try {
-          copy_s(symmetric ? c.evaluate_symm(freqs[k], t) : c.evaluate(freqs[k], t), n,
-                 dst + k * n * n);
-        } catch (...) {
-          const std::lock_guard<std::mutex> lock(error_mutex);
-          if (k < error_position) {
-            error_position = k;
-            error = std::current_exception();
-            limit.store(k);
-          }
-          return;
-        }
-      }
-    }
-  };
-
-  const std::size_t workers =
-      std::min<std::size_t>(std::max(1u, std::thread::hardware_concurrency()),
-                            std::max<std::size_t>(1, count / kPerWorker));
-  std::vector<std::thread> threads;
-  for (std::size_t k = 1; k < workers; ++k) {
-    try {
-      threads.emplace_back(work);
-    } catch (const std::system_error&) {
-      break;  // the threads already running share the work all the same
-    }
-  }
-  work();
-  for (std::thread& thread : threads)
-    thread.join();
-  if (error) std::rethrow_exception(error);
-}
-
 py::object evaluate(const SMatrixContainer& c, py::handle freqs_obj, InterpolationType t) {
   bool scalar = false;
   const std::vector<double> freqs = real_vector(freqs_obj, "freqs", &scalar);
@@ -104,7 +37,7 @@ py::object evaluate(const SMatrixContainer& c, py::handle freqs_obj, Interpolati
   Complex* dst = out.mutable_data();
   {
     py::gil_scoped_release release;
-    evaluate_into(c, freqs, t, dst);
+    c.load_S(freqs.data(), freqs.size(), t, dst, 0);
   }
   if (scalar) return out[py::int_(0)];
   return std::move(out);
@@ -235,15 +168,20 @@ void set_port_names(SMatrixContainer& c, const std::vector<std::string>& names) 
     c.name(i) = names[i];
 }
 
-// Seconds the C++ evaluation of the same queries takes, load into samples as a C++ user
-// would call it: the baseline of python/bench/evaluate.py, timed here so that no Python
-// conversion is counted.
-double cpp_load_seconds(const SMatrixContainer& c, py::handle freqs_obj) {
+// Seconds the C++ evaluation of the same queries takes as a C++ user would call it, into an
+// array with load_S or into samples with load: the baselines of python/bench/evaluate.py, timed
+// here so that no Python conversion is counted.
+double cpp_load_seconds(const SMatrixContainer& c, py::handle freqs_obj, bool samples) {
   const std::vector<double> freqs = real_vector(freqs_obj, "freqs");
   py::gil_scoped_release release;
   const auto start = std::chrono::steady_clock::now();
-  std::vector<SMatrixSample> samples;
-  c.load(freqs, samples, 0);
+  if (samples) {
+    std::vector<SMatrixSample> result;
+    c.load(freqs, result, 0);
+  } else {
+    std::vector<Complex> result(freqs.size() * c.nbPorts() * c.nbPorts());
+    c.load_S(freqs.data(), freqs.size(), MAG_PHASE, result.data(), 0);
+  }
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
   return elapsed.count();
 }
@@ -339,7 +277,9 @@ void bind_container(py::module_& m) {
       });
   m.attr("SMatrixContainer").attr("__hash__") = py::none();
   m.def("_cpp_load_seconds", &cpp_load_seconds, py::arg("container"), py::arg("freqs"),
-        "Benchmark baseline: seconds of SMatrixContainer::load at freqs, timed in C++.");
+        py::arg("samples"),
+        "Benchmark baseline: seconds of SMatrixContainer::load (samples=True) or load_S at "
+        "freqs with MAG_PHASE, timed in C++.");
 }
 
 }  // namespace korvantix::python

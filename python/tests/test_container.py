@@ -87,7 +87,9 @@ def test_bulk_evaluation_equals_frequency_by_frequency():
     rng = np.random.default_rng(3)
     f = np.sort(rng.uniform(1e9, 5e9, 50))
     c, _, _ = two_port(freqs=f)
-    q = np.concatenate([rng.uniform(f[0], f[-1], 2000), f[:3]])  # unsorted, stored ones too
+    # An ascending run (repeats and stored frequencies included), then unsorted ones.
+    run = np.sort(np.concatenate([rng.uniform(f[0], f[-1], 3000), f, f[:5]]))
+    q = np.concatenate([run, rng.uniform(f[0], f[-1], 2000), f[:3]])
     bulk = c.evaluate(q, kvx.MAG_PHASE)  # on worker threads
     one_by_one = np.array([c.evaluate(x, kvx.MAG_PHASE) for x in q])
     assert np.array_equal(bulk, one_by_one)

@@ -41,6 +41,15 @@ inline PortDataName modal_key(std::size_t port, ModalPortParameterType type) {
   return {kModalNames[code], port};
 }
 
+// Throws std::runtime_error "S-matrix sample at <f> Hz has <k> ports, the container has <n>"
+// when a sample read from a container of n ports has k != n ports.
+inline void check_port_count(const SMatrixSample& sample, std::size_t n) {
+  if (sample.nbPorts() != n) {
+    throw std::runtime_error(message("S-matrix sample at ", sample.frequency(), " Hz has ",
+                                     sample.nbPorts(), " ports, the container has ", n));
+  }
+}
+
 // N * N for an S-matrix of N ports.
 // Throws std::runtime_error "S-matrix of <n> ports is too large" when the product would wrap
 // around: a wrapped size would allocate a small matrix that the unchecked accessors overrun.

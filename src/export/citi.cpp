@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "detail/facts.hpp"
 #include "detail/message.hpp"
 #include "detail/number_format.hpp"
 #include "detail/output_buffer.hpp"

@@ -94,13 +94,6 @@ std::string written_by(const char* comment, const char* after_name, char between
   return stamp;
 }
 
-void check_port_count(const SMatrixSample& sample, std::size_t n) {
-  if (sample.nbPorts() != n) {
-    throw std::runtime_error(message("S-matrix sample at ", sample.frequency(), " Hz has ",
-                                     sample.nbPorts(), " ports, the container has ", n));
-  }
-}
-
 void write_export(const SMatrixContainer& c, const char* path, ExportFormat format,
                   std::time_t now) {
   check_export_format(format);

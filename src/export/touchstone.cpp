@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "detail/facts.hpp"
 #include "detail/message.hpp"
 #include "detail/output_buffer.hpp"
 #include "export/writers.hpp"

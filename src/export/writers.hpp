@@ -26,10 +26,6 @@ void append_ctime(std::string& out, std::time_t t);
 /// empty.
 std::string written_by(const char* comment, const char* after_name, char between, std::time_t now);
 
-/// Throws std::runtime_error "S-matrix sample at <f> Hz has <k> ports, the container has <n>"
-/// unless the sample has n ports: the writers index every sample by the container's ports.
-void check_port_count(const SMatrixSample& sample, std::size_t n);
-
 /// The privileged operations of the export entry points on a TouchstoneFile.
 class TouchstoneAccess {
  public:

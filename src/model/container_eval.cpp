@@ -10,6 +10,7 @@
 
 #include "detail/facts.hpp"
 #include "detail/message.hpp"
+#include "model/bulk.hpp"
 #include "model/interpolation.hpp"
 #include "model/storage.hpp"
 
@@ -60,8 +61,33 @@ namespace {
 
 using detail::ModelSet;
 using detail::Polar;
+using detail::SampleCursor;
 using detail::SampleSet;
 using detail::StoredSample;
+
+// The walk a cursor may take before a search from the root is cheaper.
+constexpr int kCursorSteps = 8;
+
+// samples.lower_bound(f), starting from the cursor when it has one at or below f.
+SampleSet::const_iterator lower_sample(const SampleSet& samples, double f, SampleCursor* cursor) {
+  if (cursor == nullptr) return samples.lower_bound(f);
+  auto s = samples.end();
+  if (cursor->valid && cursor->f <= f) {
+    s = cursor->position;
+    int steps = 0;
+    while (s != samples.end() && s->sample.frequency() < f) {
+      if (++steps > kCursorSteps) {
+        s = samples.lower_bound(f);
+        break;
+      }
+      ++s;
+    }
+  } else {
+    s = samples.lower_bound(f);
+  }
+  *cursor = {s, f, true};
+  return s;
+}
 
 // Where f falls: inside a model's band, on a stored sample, or between neighbours: the lowest
 // model whose band reaches up to f, and the lowest sample at or above f, with their
@@ -75,7 +101,7 @@ struct Located {
   const StoredSample* sample_before = nullptr;  // the sample preceding sample_above
 };
 
-Located locate(const ModelSet& models, const SampleSet& samples, double f) {
+Located locate(const ModelSet& models, const SampleSet& samples, double f, SampleCursor* cursor) {
   Located at;
   // A NaN compares false with everything: it has neither a hit nor anything above.
   if (std::isnan(f)) return at;
@@ -93,7 +119,7 @@ Located locate(const ModelSet& models, const SampleSet& samples, double f) {
       if (m != models.begin()) at.model_before = &*std::prev(m);
     }
   }
-  const auto s = samples.lower_bound(f);
+  const auto s = lower_sample(samples, f, cursor);
   // The extra test keeps a lone NaN-frequency sample (which lower_bound returns for any f)
   // from counting as "above": f <= NaN is false.
   if (s != samples.end() && f <= s->sample.frequency()) {
@@ -118,8 +144,9 @@ Located locate(const ModelSet& models, const SampleSet& samples, double f) {
 // interpolate(lower, f_lower, upper, f_upper, f).
 template <class Form>
 typename Form::Value query(const SMatrixContainer& container, const ModelSet& models,
-                           const SampleSet& samples, double f, const Form& form) {
-  const Located at = locate(models, samples, f);
+                           const SampleSet& samples, double f, const Form& form,
+                           SampleCursor* cursor = nullptr) {
+  const Located at = locate(models, samples, f, cursor);
   if (at.model_hit) return form.hit(*at.model_hit, f);
   if (at.sample_hit) return form.hit(*at.sample_hit);
   if (at.sample_above) form.prefetch(*at.sample_above);
@@ -209,6 +236,44 @@ struct WholeSample {
     const bool polar = t == MAG_PHASE;
     return detail::interpolate_samples(a, polar ? lower.polar() : nullptr, b,
                                        polar ? upper.polar() : nullptr, w, t);
+  }
+};
+
+// The S entries of the whole-sample rule, written straight into the caller's array: no sample
+// is built for a stored or interpolated result. It skips the whole-sample rule's "equal
+// neighbours give the lower one", which yields the same entries: equal entries already give
+// the lower one.
+struct SInto : WholeSample {
+  using Value = void;
+
+  std::size_t n;
+  std::complex<double>* out;
+
+  void put(const SMatrixSample& s) const {
+    detail::check_port_count(s, n);
+    std::copy(s.S().begin(), s.S().end(), out);
+  }
+  void hit(const SMatrixModel& m, double f) const { put(WholeSample::hit(m, f)); }
+  void hit(const StoredSample& s) const { put(s.sample); }
+  void interpolate(const Neighbour& lower, double f_lower, const Neighbour& upper, double f_upper,
+                   double f) const {
+    const SMatrixSample& a = lower.sample();
+    const SMatrixSample& b = upper.sample();
+    detail::check_interpolation_size(a.nbPorts(), b.nbPorts());
+    detail::check_port_count(a, n);
+    const double w = (f - f_lower) / (f_upper - f_lower);
+    const std::complex<double>* sa = a.S().data();
+    const std::complex<double>* sb = b.S().data();
+    const Polar* pa = t == MAG_PHASE ? lower.polar() : nullptr;
+    const Polar* pb = t == MAG_PHASE ? upper.polar() : nullptr;
+    const std::size_t size = n * n;
+    if (pa && pb) {
+      for (std::size_t k = 0; k < size; ++k)
+        out[k] = detail::interpolate_entry(sa[k], pa[k], sb[k], pb[k], w, t);
+    } else {
+      for (std::size_t k = 0; k < size; ++k)
+        out[k] = detail::interpolate_entry(sa[k], sb[k], w, t);
+    }
   }
 };
 
@@ -314,6 +379,12 @@ std::vector<std::complex<double>> query_each(const SMatrixContainer& container,
 }
 
 }  // namespace
+
+void detail::evaluate_s_into(const SMatrixContainer& c, double f, InterpolationType t,
+                             bool symmetric, SampleCursor& cursor, std::complex<double>* out) {
+  const ContainerStorage& storage = ContainerStorage::of(c);
+  query(c, storage.models, storage.samples, f, SInto{{symmetric, t}, c.nbPorts(), out}, &cursor);
+}
 
 double SMatrixContainer::from() const {
   if (empty()) detail::throw_empty_container();

@@ -6,6 +6,7 @@
 #include <complex>
 #include <cstdint>
 #include <exception>
+#include <mutex>
 #include <random>
 #include <stdexcept>
 #include <system_error>
@@ -14,15 +15,46 @@
 
 #include "detail/facts.hpp"
 #include "detail/message.hpp"
+#include "model/bulk.hpp"
 
 namespace korvantix {
 
+namespace {
+
+// Runs work on `workers` threads, the calling thread one of them. When the system refuses a
+// thread, the ones running share the work all the same.
+template <class Work>
+void run_workers(std::size_t workers, const Work& work) {
+  std::vector<std::thread> threads;
+  if (workers > 1) threads.reserve(workers - 1);
+  for (std::size_t k = 1; k < workers; ++k) {
+    try {
+      threads.emplace_back(work);
+    } catch (const std::system_error&) {
+      break;
+    }
+  }
+  work();
+  for (std::thread& thread : threads)
+    thread.join();
+}
+
+std::size_t hardware_workers(std::size_t nbThreads) {
+  if (nbThreads != 0) return nbThreads;
+  return std::max<std::size_t>(1, std::thread::hardware_concurrency());
+}
+
+// load_S: frequencies per worker below which another thread costs more than it saves, and the
+// run a worker takes at a time (neighbouring queries share one sample search).
+constexpr std::size_t kPerWorker = 256;
+constexpr std::size_t kRun = 512;
+
+}  // namespace
+
 void SMatrixContainer::load(const std::vector<double>& freqs, std::vector<SMatrixSample>& samples,
                             std::size_t nbThreads) const {
-  std::size_t workers = nbThreads;
-  if (workers == 0) workers = std::max<std::size_t>(1, std::thread::hardware_concurrency());
   // More workers than frequencies would only start threads that find nothing to do.
-  workers = std::min(workers, freqs.size());
+  const std::size_t workers = std::min(hardware_workers(nbThreads), freqs.size());
 
   std::vector<SMatrixSample> result(freqs.size());
   const bool symmetric = is_symmetric();
@@ -44,24 +76,47 @@ void SMatrixContainer::load(const std::vector<double>& freqs, std::vector<SMatri
     }
   };
 
-  // The calling thread is one of the workers.
-  std::vector<std::thread> threads;
-  if (workers > 1) {
-    threads.reserve(workers - 1);
-    for (std::size_t k = 1; k < workers; ++k) {
-      try {
-        threads.emplace_back(work);
-      } catch (const std::system_error&) {
-        // The system refused another thread: the ones running share the work all the same.
-        break;
-      }
-    }
-  }
-  work();
-  for (std::thread& thread : threads)
-    thread.join();
+  run_workers(workers, work);
   if (error) std::rethrow_exception(error);
   samples = std::move(result);
+}
+
+void SMatrixContainer::load_S(const double* freqs, std::size_t count, InterpolationType t,
+                              std::complex<double>* out, std::size_t nbThreads) const {
+  const std::size_t size = detail::matrix_size(nbPorts());
+  const bool symmetric = is_symmetric();
+  std::atomic<std::size_t> next{0};
+  std::atomic<std::size_t> limit{count};  // nothing at or above a failed position is needed
+  std::mutex error_mutex;
+  std::size_t error_position = count;
+  std::exception_ptr error;
+
+  // Workers take runs in ascending order and finish each below the limit, so every position
+  // below a failure is evaluated: the failure reported is the lowest, as in a plain loop.
+  const auto work = [&]() noexcept {
+    for (;;) {
+      const std::size_t first = next.fetch_add(kRun);
+      if (first >= limit.load()) return;
+      const std::size_t last = std::min(first + kRun, count);
+      detail::SampleCursor cursor;
+      for (std::size_t k = first; k < last && k < limit.load(); ++k) {
+        try {
+          detail::evaluate_s_into(*this, freqs[k], t, symmetric, cursor, out + k * size);
+        } catch (...) {
+          const std::lock_guard<std::mutex> lock(error_mutex);
+          if (k < error_position) {
+            error_position = k;
+            error = std::current_exception();
+            limit.store(k);
+          }
+          return;
+        }
+      }
+    }
+  };
+  run_workers(std::min(hardware_workers(nbThreads), std::max<std::size_t>(1, count / kPerWorker)),
+              work);
+  if (error) std::rethrow_exception(error);
 }
 
 namespace {
