@@ -1,5 +1,7 @@
 #include "common.hpp"
 
+#include "heap.hpp"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +21,10 @@ namespace kvx {
 using namespace korvantix;
 
 SMatrixContainer load(const std::string& path) {
+  std::error_code unknown_size;
+  const std::uintmax_t size = std::filesystem::file_size(path, unknown_size);
+  // A container takes about as many bytes as a text file holding it.
+  const HeapPrefault prefault(unknown_size ? 0 : static_cast<std::size_t>(size));
   SMatrixContainer container;
   read_any(container, path.c_str());
   return container;

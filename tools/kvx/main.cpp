@@ -2,41 +2,13 @@
 // each command lives in its own file.
 
 #include "commands.hpp"
+#include "heap.hpp"
 
 #include <CLI/CLI.hpp>
-
-#if defined(__GLIBC__)
-#include <malloc.h>
-#include <sys/mman.h>
-#include <unistd.h>
-#endif
 
 #include <cstdlib>
 #include <iostream>
 #include <string>
-
-namespace {
-
-// A conversion builds a container of tens of megabytes in a fresh process, and on a virtual
-// machine the first touch of each 4 KiB page costs about as much as parsing the numbers in it.
-// The heap therefore grows in large steps that the kernel may back with huge pages.
-void prepare_heap() {
-#if defined(__GLIBC__)
-  constexpr std::size_t kStep = std::size_t(256) << 20;
-  mallopt(M_TOP_PAD, static_cast<int>(kStep));
-  mallopt(M_TRIM_THRESHOLD, static_cast<int>(4 * kStep));
-  mallopt(M_MMAP_THRESHOLD, 64 << 20);
-  char* const before = static_cast<char*>(sbrk(0));
-  // Beyond the initial heap, so that it grows by kStep; volatile, or the pair is optimised away.
-  void* volatile block = std::malloc(std::size_t(1) << 20);
-  std::free(block);
-  char* const after = static_cast<char*>(sbrk(0));
-  if (before != reinterpret_cast<char*>(-1) && after > before)
-    madvise(before, static_cast<std::size_t>(after - before), MADV_HUGEPAGE);
-#endif
-}
-
-}  // namespace
 
 int main(int argc, char** argv) {
   using namespace kvx;
