@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <string>
 
-#include "io/ascii_writer.hpp"
 #include "io_test_support.hpp"
 #include "test_support.hpp"
 
@@ -17,31 +16,18 @@ namespace {
 
 using test::C;
 
-std::string ascii(const SMatrixContainer& c, int precision) {
-  std::string text;
-  {
-    detail::OutputBuffer out(text);
-    detail::format_ascii(c, out, precision);
-  }
-  return text;
-}
-
 std::string ascii(const ScalarModel& m, int precision = 2) {
   std::string text;
-  {
-    detail::OutputBuffer out(text);
-    detail::format_scalar_model(m, out, precision);
-  }
+  detail::OutputBuffer out(text);
+  detail::format_scalar_model(m, out, precision);
+  out.flush();
   return text;
 }
 
-TEST(AsciiWriter, EmptyContainer) {
-  EXPECT_EQ(ascii(SMatrixContainer(), 16),
+TEST(AsciiWriter, Containers) {
+  EXPECT_EQ(test::ascii_of(SMatrixContainer(), 16),
             "ASCII KORVANTIX2 3 0\n\nPORTS 0\n\nPORT DATA NAMES 0\n\nGLOBAL PROPERTIES 0\n"
             "\nSAMPLES 0\nMODELS 0");
-}
-
-TEST(AsciiWriter, EverySection) {
   SMatrixContainer c(1, {{"Zpi", 0}});
   c.name(0) = "p 1";
   c.add_global_property("k", "v w");
@@ -52,7 +38,7 @@ TEST(AsciiWriter, EverySection) {
   s.set({"Zpi", 0}, C(2, -3));
   c.add(s);
   c.add(SMatrixModel(1, 1e9, 2e9, {{"Zpi", 0}}));
-  EXPECT_EQ(ascii(c, 1),
+  EXPECT_EQ(test::ascii_of(c, 1),
             "ASCII KORVANTIX2 3 0\n"
             "\nPORTS 1\n\t<p 1>\n"
             "\nPORT DATA NAMES 1\n\tZpi 0\n"
@@ -68,23 +54,21 @@ TEST(AsciiWriter, EverySection) {
             "\n\tS\n\t\tPOLY 0\n\t\t"
             "\n\tZref\n\t\tPOLY 0\n\t\t"
             "\n\tZpi 0 \n\t\tPOLY 0\n\t\t");
-}
-
-TEST(AsciiWriter, MatrixRowsAndPrecision) {
-  SMatrixContainer c(2);
-  SMatrixSample s(2, 1e9);
-  s(0, 0) = C(1, 0);
-  s(0, 1) = C(-0.0, 0.5);
-  s(1, 0) = C(std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::quiet_NaN());
-  c.add(s);
-  const std::string p16 = ascii(c, 16);
+  // Matrix rows, signed zeros, non-finite values, and the precision down to none.
+  SMatrixContainer two(2);
+  SMatrixSample t(2, 1e9);
+  t(0, 0) = C(1, 0);
+  t(0, 1) = C(-0.0, 0.5);
+  t(1, 0) = C(std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::quiet_NaN());
+  two.add(t);
+  const std::string p16 = test::ascii_of(two, 16);
   EXPECT_NE(p16.find("\nFREQ 1.0000000000000000e+09 Hz\n\tS\n\t\t(1.0000000000000000e+00,"
                      "0.0000000000000000e+00)\t(-0.0000000000000000e+00,5.0000000000000000e-01)"
                      "\n\t\t(inf,-nan)\t(0.0000000000000000e+00,0.0000000000000000e+00)"
                      "\n\tZref\n\t\t(0.0000000000000000e+00,0.0000000000000000e+00)\t"),
             std::string::npos)
       << p16;
-  const std::string p0 = ascii(c, 0);
+  const std::string p0 = test::ascii_of(two, 0);
   EXPECT_NE(p0.find("\nFREQ 1e+09 Hz\n\tS\n\t\t(1e+00,0e+00)\t(-0e+00,5e-01)"), std::string::npos)
       << p0;
 }
