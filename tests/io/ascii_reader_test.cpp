@@ -1,15 +1,6 @@
-#include <korvantix/container.hpp>
-#include <korvantix/io.hpp>
-#include <korvantix/scalar.hpp>
-
-#include <gtest/gtest.h>
-
 #include <cmath>
-#include <stdexcept>
-#include <string>
 
 #include "io_test_support.hpp"
-#include "test_support.hpp"
 
 namespace korvantix {
 namespace {

@@ -1,15 +1,4 @@
-#include <korvantix/container.hpp>
-#include <korvantix/io.hpp>
-#include <korvantix/scalar.hpp>
-
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <stdexcept>
-#include <string>
-
 #include "io_test_support.hpp"
-#include "test_support.hpp"
 
 namespace korvantix {
 namespace {

@@ -2,9 +2,10 @@
 
 // Helpers of the kvx-file tests: the writers' bytes of a container (the bit-exact oracle of
 // every round trip), the outcome of a read as text, a container holding every kind of content,
-// scratch files and builders of hand-made files.
+// scratch files and builders of hand-made files. It brings what the tests of this folder use.
 
 #include <korvantix/container.hpp>
+#include <korvantix/io.hpp>
 #include <korvantix/scalar.hpp>
 
 #include <gtest/gtest.h>
@@ -16,9 +17,12 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
+#include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include "detail/output_buffer.hpp"
@@ -26,6 +30,7 @@
 #include "io/ascii_writer.hpp"
 #include "io/binary_reader.hpp"
 #include "io/binary_writer.hpp"
+#include "test_support.hpp"
 
 namespace korvantix::test {
 
@@ -104,67 +109,11 @@ inline std::string names_outcome(detail::Window window, bool ascii) {
   });
 }
 
-/// One model of each of the six storable kinds, in code order.
-inline std::vector<std::unique_ptr<ScalarModel>> every_scalar_kind() {
-  std::vector<std::unique_ptr<ScalarModel>> kinds;
-  kinds.push_back(std::make_unique<PolynomialModel>(C(1, -2), C(0.5, 0), C(-0.0, 3e-310)));
-  kinds.push_back(std::make_unique<RationalModel>(std::vector<C>{C(1, 1)},
-                                                  std::vector<C>{C(1, 0), C(2, -1)}, 1e9));
-  kinds.push_back(std::make_unique<PoleZeroModel>(2e9, std::vector<C>{C(-1, 2), C(-1, -2)},
-                                                  std::vector<C>{C(3, 0), C(0, 4)}, C(0.25, 0),
-                                                  C(0, -1e-12)));
-  auto table = std::make_unique<StaticTableModel>(3);
-  table->addSample(3e9, C(0.5, 0.25));
-  table->addSample(1e9, C(1, 0));
-  table->addSample(2e9, C(0.75, -0.125));
-  kinds.push_back(std::move(table));
-  kinds.push_back(std::make_unique<SparameterSplineModel>(
-      std::vector<double>{1e9, 2e9, 4e9}, std::vector<C>{C(1, 0), C(0.5, 0.5), C(0, 1)},
-      std::vector<C>{C(0, 0), C(1e-19, 0), C(0, 0)}, std::nullopt));
-  kinds.push_back(std::make_unique<SparameterSplineModel>(
-      std::vector<double>{1e9, 3e9}, std::vector<C>{C(1, 1), C(2, 2)},
-      std::vector<C>{C(0, 0), C(0, 0)}, std::vector<double>{5e8, 7e9, 8e9}));
-  return kinds;
-}
-
-/// Two ports with awkward names and properties, two port data names, two samples (one with
-/// negative zero, a subnormal and infinities) and two models using every scalar kind.
-inline SMatrixContainer rich_container() {
-  const std::vector<PortDataName> names = {{"Gamma", 1}, {"Zpi", 0}};
-  SMatrixContainer c(2, names);
-  c.name(0) = "in <a<b>c> port";
-  c.name(1) = "out";
-  c.add_global_property("author", "two words");
-  c.add_global_property("note", "line one\nline two");
-  c.add_port_property(0, "k e y", "<v>");
-  c.add_port_property(1, "empty", "");
-
-  SMatrixSample a(2, 1e9, names);
-  a(0, 0) = C(-0.0, 0.5);
-  a(0, 1) = C(4.9406564584124654e-324, -1.0 / 3.0);
-  a(1, 0) = C(std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity());
-  a(1, 1) = C(1e300, -2.5e-300);
-  a.Zref(0) = C(50, 0);
-  a.Zref(1) = C(75, -1e-3);
-  a.set({"Gamma", 1}, C(0.125, 2));
-  a.set({"Zpi", 0}, C(-7, 0));
-  c.add(a);
-  SMatrixSample b(2, 2.5e9, names);
-  b(1, 0) = C(0.1, 0.2);
-  c.add(b);
-
-  auto kinds = every_scalar_kind();
-  SMatrixModel low(2, 1e9, 2e9, names);
-  for (std::size_t k = 0; k < 4; ++k)
-    low.set(k / 2, k % 2, kinds[k].get());
-  low.setZref(0, kinds[4].get());
-  low.setZref(1, kinds[5].get());
-  low.set({"Gamma", 1}, kinds[2].get());
-  low.set({"Zpi", 0}, kinds[5].get());
-  c.add(low);
-  SMatrixModel high(2, 3e9, 4e9, names);
-  high.set(1, 1, kinds[4].get());
-  c.add(high);
+/// The golden file holding every kind of content: each kind of scalar model, port data, awkward
+/// names and properties, signed zero, a subnormal, infinity and NaN.
+inline SMatrixContainer every_kind() {
+  SMatrixContainer c;
+  detail::parse_binary(read_bytes(data_file("binary_v23_every_kind.kvx")), c);
   return c;
 }
 

@@ -1,20 +1,9 @@
 // The allocation ceiling of the readers: one read never holds more than 32 times the file size
 // plus 1 MiB on the heap, whatever counts the file claims. The global operator new of this
 // program counts every byte, so it is a test program of its own.
-#include <korvantix/container.hpp>
-#include <korvantix/io.hpp>
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cctype>
-#include <cstddef>
-#include <cstdint>
-#include <cstdio>
-#include <cstring>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "io/window.hpp"
 #include "io_test_support.hpp"

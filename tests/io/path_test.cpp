@@ -13,19 +13,12 @@
 namespace korvantix {
 namespace {
 
-// Sets or clears TAVRO_LONGPATHSUPPORT for one test and restores the previous state after it.
-class LongPathSwitch {
- public:
-  explicit LongPathSwitch(bool on) : old_(std::getenv(kName) ? std::getenv(kName) : "") {
-    had_ = std::getenv(kName) != nullptr;
-    on ? ::setenv(kName, "", 1) : ::unsetenv(kName);  // presence alone counts, empty included
-  }
-  ~LongPathSwitch() { had_ ? ::setenv(kName, old_.c_str(), 1) : ::unsetenv(kName); }
-
- private:
+// Sets (on) or clears TAVRO_LONGPATHSUPPORT for one test, which the test environment leaves
+// unset; its presence alone counts, an empty value included.
+struct LongPathSwitch {
+  explicit LongPathSwitch(bool on) { on ? ::setenv(kName, "", 1) : ::unsetenv(kName); }
+  ~LongPathSwitch() { ::unsetenv(kName); }
   static constexpr const char* kName = "TAVRO_LONGPATHSUPPORT";
-  std::string old_;
-  bool had_;
 };
 
 // A full-path function that pretends the current directory is C:\work.

@@ -1,22 +1,14 @@
 // The window's count check, and the public readers on what is not a plain file (a directory, a
 // device, a pipe): they read it or refuse it with their own message, at once.
-#include <korvantix/container.hpp>
-#include <korvantix/io.hpp>
-
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <filesystem>
 #include <functional>
-#include <stdexcept>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "io/window.hpp"
 #include "io_test_support.hpp"
 #include "pieces.hpp"
-#include "test_support.hpp"
 
 #if !defined(_WIN32)
 #include <fcntl.h>
