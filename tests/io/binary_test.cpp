@@ -84,78 +84,69 @@ TEST(BinaryWriter, UnsupportedModel) {
                    "Unable to write to </nonexistent-dir/x.kvx>");
 }
 
+// Each file is refused with its message; where marked, the port-name reader refuses it alike.
 TEST(BinaryReader, Refusals) {
   const std::string too_large = " too large for the rest of the binary kvx-file";
   const Bytes head = Bytes().header(2, 3, 0);
   const Bytes one_port = Bytes().ports(1);
   const Bytes model = Bytes(one_port).i32(0).i32(1).f64(1).f64(2);  // up to its S entry
-  const Bytes pole_zero = Bytes(model).i32(3).i32(2).complex(C()).complex(C()).i32(1);
   // 50000 ports with empty names fit; a 50000 x 50000 model does not.
   const Bytes many = Bytes().ports(50000);
-  // A file of the other byte order: swapped version numbers and marker.
-  const std::string big_endian = Bytes()
-                                     .raw("BINARYKORVANTIX")
-                                     .i32(swapped(2))
-                                     .i32(swapped(3))
-                                     .i32(0)
-                                     .i32(swapped(0x11223344))
-                                     .i32(0)
-                                     .str();
-  const std::pair<std::string, std::string> cases[] = {
-      {"BINARYKORVANTI", "not a binary kvx-file"},
+  const struct {
+    std::string bytes;
+    std::string message;
+    bool names;
+  } cases[] = {
+      // clang-format off
+      {"BINARYKORVANTI", "not a binary kvx-file", true},
       {Bytes().header(1, 5, 0).str(),
-       "binary kvx version 1.x.x not supported (development version)"},
+       "binary kvx version 1.x.x not supported (development version)", true},
       {Bytes().header(2, 4, 1).str(),
-       "Current version <2.11.3> can not read files generated with version 2.4.1"},
+       "Current version <2.11.3> can not read files generated with version 2.4.1", false},
       {Bytes().raw("BINARYKORVANTIX").i32(2).i32(3).i32(0).i32(0).str(),
-       "reader and file use different endianness"},
-      {big_endian, "reader and file use different endianness"},
-      {Bytes(head).i32(-1).str(), "negative count -1 in binary kvx-file"},
-      {Bytes(head).i32(2147483647).str(), "count 2147483647" + too_large},
-      {Bytes(head).i32(1).i32(100).raw("abcdefgh").str(), "count 100" + too_large},
-      {Bytes(model).i32(1).i32(2).complex(C()).str(), "count 2" + too_large},
+       "reader and file use different endianness", false},
+      // A file of the other byte order: swapped version numbers and marker.
+      {Bytes().raw("BINARYKORVANTIX").i32(swapped(2)).i32(swapped(3)).i32(0)
+           .i32(swapped(0x11223344)).i32(0).str(),
+       "reader and file use different endianness", true},
+      {Bytes(head).i32(-1).str(), "negative count -1 in binary kvx-file", true},
+      {Bytes(head).i32(2147483647).str(), "count 2147483647" + too_large, true},
+      {Bytes(head).i32(1).str(), "count 1" + too_large, true},
+      {Bytes(head).i32(1).i32(100).raw("abcdefgh").str(), "count 100" + too_large, true},
+      {Bytes(model).i32(1).i32(2).complex(C()).str(), "count 2" + too_large, false},
       {Bytes(one_port).i32(1).f64(1).i32(2).complex(C()).complex(C()).str(),
-       "S-matrix list of 2 entries for 1 ports"},
+       "S-matrix list of 2 entries for 1 ports", false},
       {Bytes(one_port).i32(1).f64(1).i32(1).complex(C()).i32(0).i32(0).str(),
-       "Zref list of 0 entries for 1 ports"},
-      {Bytes(model).i32(7).str(), "binary read for scalar model 7 not supported"},
-      {Bytes(model).i32(201).str(), "binary read for scalar model 201 not supported"},
-      {Bytes(pole_zero).complex(C()).complex(C()).complex(C()).f64(1).str(),
-       "invalid pole-zero model with 2 poles and 1 residues"},
-      {Bytes(model).i32(4).i32(0).i32(0).i32(0).str(), "invalid static table model of degree 0"},
+       "Zref list of 0 entries for 1 ports", false},
+      {Bytes(model).i32(7).str(), "binary read for scalar model 7 not supported", false},
+      {Bytes(model).i32(201).str(), "binary read for scalar model 201 not supported", false},
+      {Bytes(model).i32(3).i32(2).complex(C()).complex(C()).i32(1).complex(C()).complex(C())
+           .complex(C()).f64(1).str(),
+       "invalid pole-zero model with 2 poles and 1 residues", false},
+      {Bytes(model).i32(4).i32(0).i32(0).i32(0).str(), "invalid static table model of degree 0",
+       false},
       {Bytes(model).i32(5).i32(1).f64(1).i32(1).complex(C()).i32(1).complex(C()).str(),
-       "invalid spline model with 1 knots"},
-      {Bytes(model)
-           .i32(5)
-           .i32(2)
-           .f64(1)
-           .f64(2)
-           .i32(1)
-           .complex(C())
-           .i32(2)
-           .complex(C())
-           .complex(C())
-           .str(),
+       "invalid spline model with 1 knots", false},
+      {Bytes(model).i32(5).i32(2).f64(1).f64(2).i32(1).complex(C()).i32(2).complex(C())
+           .complex(C()).str(),
        "Number of knots undefined : unequal sizes of spline frequencies (2), samples (1) and "
-       "coefficients (2)"},
+       "coefficients (2)", false},
       // A model's entries are kept as they arrive: a short file fails at the first one missing.
       {Bytes(many).i32(0).i32(1).f64(1).f64(2).i32(1).i32(0).str(),
-       "unexpected end of binary kvx-file"},
+       "unexpected end of binary kvx-file", false},
       {Bytes(many).i32(1).f64(1).i32(4).raw(std::string(64, '\0')).str(),
-       "S-matrix list of 4 entries for 50000 ports"},
+       "S-matrix list of 4 entries for 50000 ports", false},
+      // clang-format on
   };
-  for (const auto& [bytes, message] : cases) {
-    SCOPED_TRACE(message);
-    EXPECT_THROW_MSG(parse(bytes), std::runtime_error, message);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.message);
+    EXPECT_THROW_MSG(parse(c.bytes), std::runtime_error, c.message);
+    std::vector<std::string> names;
+    if (c.names) {
+      EXPECT_THROW_MSG(detail::parse_port_names_binary(c.bytes, names), std::runtime_error,
+                       c.message);
+    }
   }
-  std::vector<std::string> names;
-  EXPECT_THROW_MSG(detail::parse_port_names_binary(big_endian, names), std::runtime_error,
-                   "reader and file use different endianness");
-  EXPECT_THROW_MSG(detail::parse_port_names_binary(Bytes().header(1, 0, 0).str(), names),
-                   std::runtime_error,
-                   "binary kvx version 1.x.x not supported (development version)");
-  EXPECT_THROW_MSG(detail::parse_port_names_binary(Bytes(head).i32(1).str(), names),
-                   std::runtime_error, "count 1" + too_large);
   // What was read before a cut stays: here the first of two models, each of two POLY 0.
   SMatrixContainer c;
   const Bytes cut = Bytes(one_port).i32(0).i32(2).f64(1).f64(2).i32(1).i32(0).i32(1).i32(0);
