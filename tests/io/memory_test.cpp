@@ -31,15 +31,13 @@ std::size_t peak_of(Read&& read) {
 // The larger peak of the full read and of the port-name read of bytes.
 std::size_t peak_of_read(const std::string& bytes) {
   const bool ascii = detail::has_ascii_magic(bytes);
-  SMatrixContainer container;
-  std::vector<std::string> names;
-  return std::max(peak_of([&] {
-                    ascii ? detail::parse_ascii(bytes, container)
-                          : detail::parse_binary(bytes, container);
-                  }),
-                  peak_of([&] {
-                    ascii ? detail::parse_port_names_ascii(bytes, names)
-                          : detail::parse_port_names_binary(bytes, names);
+  SMatrixContainer c;
+  std::vector<std::string> n;
+  const std::size_t full =
+      peak_of([&] { ascii ? detail::parse_ascii(bytes, c) : detail::parse_binary(bytes, c); });
+  return std::max(full, peak_of([&] {
+                    ascii ? detail::parse_port_names_ascii(bytes, n)
+                          : detail::parse_port_names_binary(bytes, n);
                   }));
 }
 

@@ -27,10 +27,6 @@ std::optional<std::u16string> fake_full_path(const std::u16string& relative) {
   return u"C:\\work\\" + relative;
 }
 
-std::optional<std::u16string> failing_full_path(const std::u16string&) {
-  return std::nullopt;
-}
-
 TEST(Utf, ConvertsEveryEncodingLengthAndRefusesInvalidText) {
   const std::string text = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";  // a, e-acute, euro, emoji
   const std::u16string units = detail::utf8_to_utf16(text);
@@ -78,7 +74,8 @@ TEST(LongPath, RewritesWithTheSwitch) {
   for (const auto& c : cases) {
     EXPECT_EQ(detail::to_long_path(c.path, c.prefix, &fake_full_path), c.expected) << c.path;
   }
-  EXPECT_EQ(detail::to_long_path("rel", true, &failing_full_path), "");
+  const auto failing = [](const std::u16string&) -> std::optional<std::u16string> { return {}; };
+  EXPECT_EQ(detail::to_long_path("rel", true, failing), "");
   EXPECT_THROW_MSG(detail::to_long_path("C:/\xC3", true, &fake_full_path), std::range_error,
                    "bad conversion");
   EXPECT_EQ(to_native_path("C:/\xF0\x9F\x98\x80"),
