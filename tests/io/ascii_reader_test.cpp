@@ -44,6 +44,7 @@ TEST(AsciiReader, Refusals) {
       {"ASCII KORVANTIX1 9 9", "scii kvx version 1.x.x not supported (development version)", true},
       {kHead + "PORT 1", "syntax error: expected PROPAGATIONCONSTANT or PORTS, but found PORT"},
       {kHead + "PORTS 0 PORT DATA NAME 0", "syntax error: expected NAMES, but found NAME"},
+      {kHead + "PORTS 1 <p> PORT DATA NAMES x", "syntax error: expected GLOBAL, but found "},
       {kHead + "PORTS 1 abc", "parsing error: reached end of file while searching for '<'"},
       {kHead + "PORTS 1", "parsing error: reached end of file while searching for '<'"},
       {kHead + "PORTS -1 <a>", "parsing error: reached end of file while searching for '<'"},
