@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <complex>
-#include <cstring>
 #include <limits>
 #include <sstream>
 #include <string>
@@ -69,30 +68,31 @@ inline SMatrixContainer samples_at(const std::vector<double>& frequencies) {
   return c;
 }
 
-inline bool same_bits(double a, double b) {
-  return std::memcmp(&a, &b, sizeof a) == 0;
-}
-inline bool same_bits(C a, C b) {
-  return same_bits(a.real(), b.real()) && same_bits(a.imag(), b.imag());
+/// The bits of a value, to compare values exactly (NaN payloads and signed zeros included).
+inline std::string bits(C v) {
+  return std::string(reinterpret_cast<const char*>(&v), sizeof v);
 }
 
-/// Same shape, frequency and bits in every entry.
-inline ::testing::AssertionResult same_bits(const SMatrixSample& a, const SMatrixSample& b) {
-  if (a.nbPorts() != b.nbPorts() || !same_bits(a.frequency(), b.frequency()) ||
-      a.S().size() != b.S().size() || a.Zref().size() != b.Zref().size() ||
-      a.port_data_names() != b.port_data_names()) {
-    return ::testing::AssertionFailure() << "shape or frequency differ";
+/// The bits of a sample: port count, frequency, S, Zref and port data.
+inline std::string bits(const SMatrixSample& s) {
+  std::string out = text(s.nbPorts()) + bits(C(s.frequency(), 0));
+  for (const C& v : s.S())
+    out += bits(v);
+  for (const C& v : s.Zref())
+    out += bits(v);
+  for (auto it = s.begin_port_data(); it != s.end_port_data(); ++it)
+    out += text(it->first) + bits(it->second);
+  return out;
+}
+
+/// The bits of what f returns, or the text of what it throws.
+template <class F>
+std::string outcome(F f) {
+  try {
+    return bits(f());
+  } catch (const std::exception& error) {
+    return std::string("throws ") + error.what();
   }
-  for (std::size_t k = 0; k < a.S().size(); ++k) {
-    if (!same_bits(a.S()[k], b.S()[k])) return ::testing::AssertionFailure() << "S[" << k << "]";
-  }
-  for (std::size_t k = 0; k < a.Zref().size(); ++k) {
-    if (!same_bits(a.Zref(k), b.Zref(k))) return ::testing::AssertionFailure() << "Zref " << k;
-  }
-  for (auto it = a.begin_port_data(); it != a.end_port_data(); ++it) {
-    if (!same_bits(it->second, b(it->first))) return ::testing::AssertionFailure() << "datum";
-  }
-  return ::testing::AssertionSuccess();
 }
 
 }  // namespace korvantix::testing
