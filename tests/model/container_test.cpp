@@ -33,6 +33,27 @@ std::string overlap(const std::string& band, const std::string& existing) {
   return "S-matrix model at " + band + " Hz overlaps with an existing model at " + existing + " Hz";
 }
 
+// Ports P1, P2; port datum Zpi[0]; one property per port and one global; an asymmetric sample
+// and an asymmetric model.
+SMatrixContainer two_ports() {
+  SMatrixContainer c(2, {{"Zpi", 0}});
+  c.name(0) = "P1";
+  c.name(1) = "P2";
+  c.add_global_property("g", "global");
+  c.add_port_property(0, "k", "first");
+  c.add_port_property(1, "k", "second");
+  SMatrixSample s = make_sample(2, 1e9, 1.0, {{"Zpi", 0}});
+  s.Zref() = {C(50, 0), C(75, 0)};
+  s.set({"Zpi", 0}, C(9, 9));
+  c.add(s);
+  SMatrixModel m(2, 2e9, 3e9, {{"Zpi", 0}});
+  const PolynomialModel s01(C(5, 0)), s10(C(6, 0));
+  m.set(0, 1, &s01);
+  m.set(1, 0, &s10);
+  c.add(m);
+  return c;
+}
+
 TEST(Container, DefaultPortsAndEmptyMaps) {
   const SMatrixContainer c(3);
   EXPECT_EQ(c.type(), SMatrixEvaluator::MIXED);
@@ -204,34 +225,21 @@ TEST(Container, PropertiesMessagesAndTheGlobalIndex) {
   EXPECT_TRUE(c.get_global_properties().empty());
 
   // clear_properties empties every map, the global one included, and keeps the rest.
-  SMatrixContainer d(2, {{"Zpi", 0}});
-  d.name(1) = "out";
-  d.add_global_property("g", "1");
-  d.add_port_property(0, "p", "2");
-  d.add_port_property(1, "q", "3");
-  d.add(make_sample(2, 1e9, 1.0, {{"Zpi", 0}}));
-  d.add(make_model(2, 2e9, 3e9, 1.0, 0.0, {{"Zpi", 0}}));
-  SMatrixContainer expected = d;
+  SMatrixContainer d = two_ports(), expected = d;
   expected.clear_global_property("g");
-  expected.clear_port_properties(0);
-  expected.clear_port_property(1, "q");
+  expected.clear_port_property(0, "k");
+  expected.clear_port_property(1, "k");
   d.clear_properties();
   for (std::size_t i = 0; i <= 2; ++i)
     EXPECT_TRUE(d.get_port_properties(i).empty()) << i;
   EXPECT_EQ(d, expected);
-  EXPECT_EQ(d.nbSamples() + d.nbModels(), 2u);
 }
 
 TEST(Container, ClearAndResetKeepWhatTheySay) {
-  SMatrixContainer c(2, {{"Zpi", 0}});
-  c.name(0) = "in";
-  c.add_global_property("g", "1");
-  c.add_port_property(1, "p", "2");
-  c.add(SMatrixSample(2, 1e9, {{"Zpi", 0}}));
-  c.add(SMatrixModel(2, 2e9, 3e9, {{"Zpi", 0}}));
+  SMatrixContainer c = two_ports();
   c.clear();  // keeps port names and port-data names
   EXPECT_TRUE(c.empty());
-  EXPECT_EQ(c.name(0), "in");
+  EXPECT_EQ(c.name(0), "P1");
   EXPECT_EQ(c.port_data_names(), (Names{{"Zpi", 0}}));
   for (std::size_t i = 0; i <= 2; ++i)
     EXPECT_TRUE(c.get_port_properties(i).empty());
@@ -261,11 +269,7 @@ TEST(Container, ClearAndResetKeepWhatTheySay) {
 }
 
 TEST(Container, EqualityCopiesAndMoves) {
-  SMatrixContainer a(2, {{"Zpi", 0}});
-  a.add_global_property("g", "1");
-  a.add_port_property(1, "p", "v");
-  a.add(SMatrixSample(2, 1e9, {{"Zpi", 0}}));
-  a.add(SMatrixModel(2, 2e9, 3e9, {{"Zpi", 0}}));
+  SMatrixContainer a = two_ports();
   const SMatrixContainer original = a;
   SMatrixContainer property = a, name = a, sample = a, model = a;
   property.add_global_property("g", "2");
@@ -273,7 +277,7 @@ TEST(Container, EqualityCopiesAndMoves) {
                    "ModelInterface::equal not supported for MIXED");
   name.name(1) = "x";
   sample.clear_samples();
-  sample.add(make_sample(2, 1e9, 0.0, {{"Zpi", 0}}));
+  sample.add(make_sample(2, 1e9, 0.0, {{"Zpi", 0}}));  // differs from two_ports' sample
   model.clear_models();
   model.add(SMatrixModel(2, 2e9, 3.5e9, {{"Zpi", 0}}));
   // Every field takes part, except the port-data-name list by itself.
@@ -358,27 +362,6 @@ TEST(NodeArena, NodesAreDistinctAlignedRecycledAndNotShared) {
   EXPECT_EQ((Flags{shared == a, rebound == a, a.select_on_container_copy_construction() == a,
                    detail::ArenaAllocator<Node>() == a}),
             (Flags{1, 1, 0, 0}));
-}
-
-// Ports P1, P2; port datum Zpi[0]; one property per port and one global; an asymmetric sample
-// and an asymmetric model.
-SMatrixContainer two_ports() {
-  SMatrixContainer c(2, {{"Zpi", 0}});
-  c.name(0) = "P1";
-  c.name(1) = "P2";
-  c.add_global_property("g", "global");
-  c.add_port_property(0, "k", "first");
-  c.add_port_property(1, "k", "second");
-  SMatrixSample s = make_sample(2, 1e9, 1.0, {{"Zpi", 0}});
-  s.Zref() = {C(50, 0), C(75, 0)};
-  s.set({"Zpi", 0}, C(9, 9));
-  c.add(s);
-  SMatrixModel m(2, 2e9, 3e9, {{"Zpi", 0}});
-  const PolynomialModel s01(C(5, 0)), s10(C(6, 0));
-  m.set(0, 1, &s01);
-  m.set(1, 0, &s10);
-  c.add(m);
-  return c;
 }
 
 TEST(ContainerPermute, SwapsPortsEverywhere) {
