@@ -89,6 +89,21 @@ TEST(ContainerEvaluate, ExtentSymmetryAndSizeMismatch) {
   EXPECT_THROW_MSG(c(5.5e9, 0, 0, REAL_IMAG), RE, mismatch);
 }
 
+// The walk below draws models whose entries are all alike; an asymmetric model shows that the
+// symmetric form reads the upper triangle, of the edges of neighbouring models too (1 at 2e9,
+// then 7 at 2e9).
+TEST(ContainerEvaluate, SymmetricFormUsesUpperTriangle) {
+  SMatrixContainer c(2);
+  SMatrixModel m = make_model(2, 1e9, 2e9, 1.0);
+  const PolynomialModel other(C(7, 0));
+  m.set(1, 0, &other);
+  c.add(m);
+  c.add(make_model(2, 3e9, 4e9, 1.0));
+  EXPECT_EQ((Values{c.evaluate(1.5e9, REAL_IMAG)(1, 0), c.evaluate_symm(1.5e9, REAL_IMAG)(1, 0),
+                    c.evaluate_symm(2.5e9, REAL_IMAG)(1, 0), c.evaluate(2.5e9, REAL_IMAG)(1, 0)}),
+            (Values{7.0, 1.0, 1.0, 4.0}));
+}
+
 // The neighbour search exactly as a front-to-back walk over both sets, for comparison.
 struct Walk {
   std::optional<SMatrixSample> hit, lower, upper;
