@@ -19,11 +19,17 @@ using Freqs = std::vector<double>;
 using Bands = std::vector<std::pair<double, double>>;
 const char* kSubscript = "invalid vector subscript";
 
-Freqs sample_frequencies_of(const SMatrixContainer& c) {
+// The lower edges (a sample's frequency) of what an iterator range visits, in order.
+template <class It>
+Freqs froms(It first, It last) {
   Freqs f;
-  for (auto it = c.begin_samples(); it != c.end_samples(); ++it)
-    f.push_back(it->frequency());
+  for (; first != last; ++first)
+    f.push_back(first->from());
   return f;
+}
+
+Freqs sample_frequencies_of(const SMatrixContainer& c) {
+  return froms(c.begin_samples(), c.end_samples());
 }
 
 std::string duplicate(const std::string& f) {
@@ -74,10 +80,7 @@ TEST(Container, DefaultPortsAndEmptyMaps) {
 TEST(Container, SamplesIterateAscendingAndDuplicatesAreRefused) {
   SMatrixContainer c = samples_at({3e9, 1e9, 5e9, 2e9, 4e9, 0.0});
   EXPECT_EQ(sample_frequencies_of(c), (Freqs{0.0, 1e9, 2e9, 3e9, 4e9, 5e9}));
-  Freqs reversed;
-  for (auto it = c.rbegin_samples(); it != c.rend_samples(); ++it)
-    reversed.push_back(it->frequency());
-  EXPECT_EQ(reversed, (Freqs{5e9, 4e9, 3e9, 2e9, 1e9, 0.0}));
+  EXPECT_EQ(froms(c.rbegin_samples(), c.rend_samples()), (Freqs{5e9, 4e9, 3e9, 2e9, 1e9, 0.0}));
   EXPECT_FALSE(c.empty());
   EXPECT_EQ(c.nbSamples(), 6u);
 
@@ -121,13 +124,12 @@ TEST(Container, SampleStoredIsACopyWithItsPolarFormOnDemand) {
   EXPECT_EQ(stored.sample(1, 1), C(3, 4));
   const detail::Polar* polar = stored.polar();
   EXPECT_EQ(stored.polar(), polar);  // computed once, then kept
-  EXPECT_EQ(polar[3].magnitude, 5.0);
-  EXPECT_EQ(polar[3].phase, std::atan2(4.0, 3.0));
-  EXPECT_EQ(polar[1].phase, std::atan2(1e-300, -1.0));  // just below +pi
-  EXPECT_EQ(polar[2].phase, -std::atan2(0.0, -1.0));    // the sign of zero picks -pi
-  EXPECT_EQ(polar[0].magnitude, 0.0);
-  EXPECT_EQ(polar[5].magnitude, 50.0);  // Zref(1) follows the four S entries
-  EXPECT_EQ(polar[5].phase, -std::atan2(1.0, 0.0));
+  // Just below +pi for S(0, 1); the sign of zero picks -pi for S(1, 0); Zref(1) follows the four
+  // S entries.
+  EXPECT_EQ((Freqs{polar[3].magnitude, polar[3].phase, polar[1].phase, polar[2].phase,
+                   polar[0].magnitude, polar[5].magnitude, polar[5].phase}),
+            (Freqs{5.0, std::atan2(4.0, 3.0), std::atan2(1e-300, -1.0), -std::atan2(0.0, -1.0), 0.0,
+                   50.0, -std::atan2(1.0, 0.0)}));
 }
 
 TEST(Container, PortDataMustMatchTheNames) {
@@ -179,10 +181,7 @@ TEST(Container, ModelOverlapsNameTheLowestOverlappedModel) {
   for (auto it = c.begin_models(); it != c.end_models(); ++it)
     bands.emplace_back(it->from(), it->to());
   EXPECT_EQ(bands, (Bands{{0.0, 0.5e9}, {1e9, 2e9}, {2e9, 3e9}, {3e9, 4e9}, {5e9, 5e9}}));
-  Freqs reversed;
-  for (auto it = c.rbegin_models(); it != c.rend_models(); ++it)
-    reversed.push_back(it->from());
-  EXPECT_EQ(reversed, (Freqs{5e9, 3e9, 2e9, 1e9, 0.0}));
+  EXPECT_EQ(froms(c.rbegin_models(), c.rend_models()), (Freqs{5e9, 3e9, 2e9, 1e9, 0.0}));
   EXPECT_EQ(c.nbSamples(), 2u);
 
   // An rvalue is taken over only on success.
