@@ -1,10 +1,11 @@
 #pragma once
 
-// Helpers of the kvx-file tests: a container holding every kind of content, a content
-// comparison that also covers causality-enforced splines, scratch files and a byte builder for
-// hand-made binary files.
+// Helpers of the kvx-file tests: the writers' bytes of a container (the bit-exact oracle of
+// every round trip), the outcome of a read as text, a container holding every kind of content,
+// scratch files and builders of hand-made files. It brings what the tests of this folder use.
 
 #include <korvantix/container.hpp>
+#include <korvantix/io.hpp>
 #include <korvantix/scalar.hpp>
 
 #include <gtest/gtest.h>
@@ -16,8 +17,20 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
+#include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <typeinfo>
+#include <utility>
 #include <vector>
+
+#include "detail/output_buffer.hpp"
+#include "io/ascii_reader.hpp"
+#include "io/ascii_writer.hpp"
+#include "io/binary_reader.hpp"
+#include "io/binary_writer.hpp"
+#include "test_support.hpp"
 
 namespace korvantix::test {
 
@@ -43,111 +56,76 @@ inline std::string data_file(const std::string& name) {
   return std::string(KORVANTIX_TEST_DATA_DIR) + "/" + name;
 }
 
-/// Same content, with the spline's own operator== for code 6 (ScalarModel::equal never says
-/// equal there) and bit-exact comparison for everything else stored as doubles.
-inline bool same_scalar(const ScalarModel& a, const ScalarModel& b) {
-  if (a.type() != b.type()) return false;
-  if (a.type() == ScalarModel::CausalityEnforcedSparameterSpline) {
-    return dynamic_cast<const SparameterSplineModel&>(a) ==
-           dynamic_cast<const SparameterSplineModel&>(b);
-  }
-  return a.equal(&b);
+/// The binary writer's bytes: every stored double bit for bit (NaN payloads and causal splines
+/// included, which never compare equal), so equal bytes mean equal content.
+inline std::string binary_of(const SMatrixContainer& c) {
+  std::string bytes;
+  detail::OutputBuffer out(bytes);
+  detail::format_binary(c, out);
+  out.flush();
+  return bytes;
 }
 
-inline void expect_same_container(const SMatrixContainer& a, const SMatrixContainer& b) {
-  ASSERT_EQ(a.nbPorts(), b.nbPorts());
-  for (std::size_t i = 0; i < a.nbPorts(); ++i)
-    EXPECT_EQ(a.name(i), b.name(i));
-  EXPECT_EQ(a.port_data_names(), b.port_data_names());
-  for (std::size_t i = 0; i <= a.nbPorts(); ++i) {
-    EXPECT_EQ(a.get_port_properties(i), b.get_port_properties(i)) << "property map " << i;
-  }
-  ASSERT_EQ(a.nbSamples(), b.nbSamples());
-  for (auto s = a.begin_samples(), t = b.begin_samples(); s != a.end_samples(); ++s, ++t) {
-    EXPECT_TRUE(*s == *t) << "sample at " << s->frequency();
-  }
-  ASSERT_EQ(a.nbModels(), b.nbModels());
-  for (auto m = a.begin_models(), n = b.begin_models(); m != a.end_models(); ++m, ++n) {
-    EXPECT_EQ(m->from(), n->from());
-    EXPECT_EQ(m->to(), n->to());
-    for (std::size_t k = 0; k < m->S().size(); ++k) {
-      EXPECT_TRUE(same_scalar(*m->S()[k], *n->S()[k])) << "S entry " << k;
-    }
-    for (std::size_t k = 0; k < m->Zref().size(); ++k) {
-      EXPECT_TRUE(same_scalar(*m->Zref()[k], *n->Zref()[k])) << "Zref " << k;
-    }
-    auto d = n->begin_port_data();
-    for (auto e = m->begin_port_data(); e != m->end_port_data(); ++e, ++d) {
-      ASSERT_TRUE(d != n->end_port_data());
-      EXPECT_EQ(e->first, d->first);
-      EXPECT_TRUE(same_scalar(*e->second, *d->second)) << e->first.first;
-    }
+inline std::string ascii_of(const SMatrixContainer& c, int precision) {
+  std::string text;
+  detail::OutputBuffer out(text);
+  detail::format_ascii(c, out, precision);
+  out.flush();
+  return text;
+}
+
+/// What read() gives as text, or "error: " and the text of the refusal, which must be a plain,
+/// non-empty std::runtime_error.
+template <class Read>
+std::string outcome_of(Read&& read) {
+  try {
+    return read();
+  } catch (const std::exception& error) {
+    EXPECT_EQ(typeid(error), typeid(std::runtime_error)) << error.what();
+    EXPECT_STRNE(error.what(), "");
+    return std::string("error: ") + error.what();
   }
 }
 
-/// One model of each of the six storable kinds, in code order.
-inline std::vector<std::unique_ptr<ScalarModel>> every_scalar_kind() {
-  std::vector<std::unique_ptr<ScalarModel>> kinds;
-  kinds.push_back(std::make_unique<PolynomialModel>(C(1, -2), C(0.5, 0), C(-0.0, 3e-310)));
-  kinds.push_back(std::make_unique<RationalModel>(std::vector<C>{C(1, 1)},
-                                                  std::vector<C>{C(1, 0), C(2, -1)}, 1e9));
-  kinds.push_back(std::make_unique<PoleZeroModel>(2e9, std::vector<C>{C(-1, 2), C(-1, -2)},
-                                                  std::vector<C>{C(3, 0), C(0, 4)}, C(0.25, 0),
-                                                  C(0, -1e-12)));
-  auto table = std::make_unique<StaticTableModel>(3);
-  table->addSample(3e9, C(0.5, 0.25));
-  table->addSample(1e9, C(1, 0));
-  table->addSample(2e9, C(0.75, -0.125));
-  kinds.push_back(std::move(table));
-  kinds.push_back(std::make_unique<SparameterSplineModel>(
-      std::vector<double>{1e9, 2e9, 4e9}, std::vector<C>{C(1, 0), C(0.5, 0.5), C(0, 1)},
-      std::vector<C>{C(0, 0), C(1e-19, 0), C(0, 0)}, std::nullopt));
-  kinds.push_back(std::make_unique<SparameterSplineModel>(
-      std::vector<double>{1e9, 3e9}, std::vector<C>{C(1, 1), C(2, 2)},
-      std::vector<C>{C(0, 0), C(0, 0)}, std::vector<double>{5e8, 7e9, 8e9}));
-  return kinds;
+/// A full read of either variant through window: the container's binary bytes or the refusal.
+inline std::string read_outcome(detail::Window window, bool ascii) {
+  return outcome_of([&] {
+    SMatrixContainer c;
+    ascii ? detail::parse_ascii(std::move(window), c) : detail::parse_binary(std::move(window), c);
+    return binary_of(c);
+  });
 }
 
-/// Two ports with awkward names and properties, two port data names, two samples (one with
-/// negative zero, a subnormal and infinities; NaN is left out as it never compares equal) and two
-/// models using every scalar kind.
-inline SMatrixContainer rich_container() {
-  const std::vector<PortDataName> names = {{"Gamma", 1}, {"Zpi", 0}};
-  SMatrixContainer c(2, names);
-  c.name(0) = "in <a<b>c> port";
-  c.name(1) = "out";
-  c.add_global_property("author", "two words");
-  c.add_global_property("note", "line one\nline two");
-  c.add_port_property(0, "k e y", "<v>");
-  c.add_port_property(1, "empty", "");
+/// The port-name reader of either variant: the names one a line, or the refusal.
+inline std::string names_outcome(detail::Window window, bool ascii) {
+  return outcome_of([&] {
+    std::vector<std::string> names;
+    ascii ? detail::parse_port_names_ascii(std::move(window), names)
+          : detail::parse_port_names_binary(std::move(window), names);
+    std::string joined;
+    for (const std::string& name : names)
+      joined += name + '\n';
+    return joined;
+  });
+}
 
-  SMatrixSample a(2, 1e9, names);
-  a(0, 0) = C(-0.0, 0.5);
-  a(0, 1) = C(4.9406564584124654e-324, -1.0 / 3.0);
-  a(1, 0) = C(std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity());
-  a(1, 1) = C(1e300, -2.5e-300);
-  a.Zref(0) = C(50, 0);
-  a.Zref(1) = C(75, -1e-3);
-  a.set({"Gamma", 1}, C(0.125, 2));
-  a.set({"Zpi", 0}, C(-7, 0));
-  c.add(a);
-  SMatrixSample b(2, 2.5e9, names);
-  b(1, 0) = C(0.1, 0.2);
-  c.add(b);
-
-  auto kinds = every_scalar_kind();
-  SMatrixModel low(2, 1e9, 2e9, names);
-  for (std::size_t k = 0; k < 4; ++k)
-    low.set(k / 2, k % 2, kinds[k].get());
-  low.setZref(0, kinds[4].get());
-  low.setZref(1, kinds[5].get());
-  low.set({"Gamma", 1}, kinds[2].get());
-  low.set({"Zpi", 0}, kinds[5].get());
-  c.add(low);
-  SMatrixModel high(2, 3e9, 4e9, names);
-  high.set(1, 1, kinds[4].get());
-  c.add(high);
+/// The golden file holding every kind of content: each kind of scalar model, port data, awkward
+/// names and properties, signed zero, a subnormal, infinity and NaN.
+inline SMatrixContainer every_kind() {
+  SMatrixContainer c;
+  detail::parse_binary(read_bytes(data_file("binary_v23_every_kind.kvx")), c);
   return c;
+}
+
+/// A 2.3 ASCII file up to its samples: n ports with empty names, nothing else.
+inline std::string ascii_ports(int n) {
+  std::string text = "ASCII KORVANTIX2 3 0 PORTS " + std::to_string(n);
+  for (int i = 0; i < n; ++i)
+    text += " <>";
+  text += " PORT DATA NAMES 0 GLOBAL PROPERTIES 0";
+  for (int i = 0; i < n; ++i)
+    text += " PORT PROPERTIES " + std::to_string(i) + " 0";
+  return text;
 }
 
 /// Native-order values for hand-made binary files.
@@ -167,6 +145,16 @@ class Bytes {
   /// Magic, version and endianness marker.
   Bytes& header(int major, int minor, int patch) {
     return raw("BINARYKORVANTIX").i32(major).i32(minor).i32(patch).i32(0x11223344);
+  }
+  /// A 2.3 file up to its samples: n ports with empty names, nothing else.
+  Bytes& ports(int n) {
+    header(2, 3, 0).i32(n);
+    for (int i = 0; i < n; ++i)
+      str("");
+    i32(0).i32(0);
+    for (int i = 0; i < n; ++i)
+      i32(0);
+    return *this;
   }
   const std::string& str() const { return data_; }
 

@@ -13,29 +13,12 @@
 namespace korvantix {
 namespace {
 
-// Sets or clears TAVRO_LONGPATHSUPPORT for one test and restores the previous state after it.
-class LongPathSwitch {
- public:
-  explicit LongPathSwitch(bool on) {
-    const char* old = std::getenv(kName);
-    if (old != nullptr) old_ = old;
-    if (on) {
-      ::setenv(kName, "", 1);  // presence alone counts, an empty value included
-    } else {
-      ::unsetenv(kName);
-    }
-  }
-  ~LongPathSwitch() {
-    if (old_) {
-      ::setenv(kName, old_->c_str(), 1);
-    } else {
-      ::unsetenv(kName);
-    }
-  }
-
- private:
+// Sets (on) or clears TAVRO_LONGPATHSUPPORT for one test, which the test environment leaves
+// unset; its presence alone counts, an empty value included.
+struct LongPathSwitch {
+  explicit LongPathSwitch(bool on) { on ? ::setenv(kName, "", 1) : ::unsetenv(kName); }
+  ~LongPathSwitch() { ::unsetenv(kName); }
   static constexpr const char* kName = "TAVRO_LONGPATHSUPPORT";
-  std::optional<std::string> old_;
 };
 
 // A full-path function that pretends the current directory is C:\work.
@@ -44,22 +27,11 @@ std::optional<std::u16string> fake_full_path(const std::u16string& relative) {
   return u"C:\\work\\" + relative;
 }
 
-std::optional<std::u16string> failing_full_path(const std::u16string&) {
-  return std::nullopt;
-}
-
-std::string rewrite(const std::string& path, bool prefix = true) {
-  return detail::to_long_path(path, prefix, &fake_full_path);
-}
-
-TEST(Utf, ConvertsEveryEncodingLength) {
+TEST(Utf, ConvertsEveryEncodingLengthAndRefusesInvalidText) {
   const std::string text = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";  // a, e-acute, euro, emoji
   const std::u16string units = detail::utf8_to_utf16(text);
   EXPECT_EQ(units, (std::u16string{u'a', 0x00E9, 0x20AC, 0xD83D, 0xDE00}));
   EXPECT_EQ(detail::utf16_to_utf8(units), text);
-}
-
-TEST(Utf, RefusesInvalidText) {
   for (const std::string bad : {"\x80", "\xC0\xAF", "\xE0\x80\xAF", "\xED\xA0\x80",
                                 "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xE2\x82", "a\xC3"}) {
     EXPECT_THROW_MSG(detail::utf8_to_utf16(bad), std::range_error, "bad conversion");
@@ -71,7 +43,7 @@ TEST(Utf, RefusesInvalidText) {
 
 TEST(LongPath, WithoutTheSwitchNothingChanges) {
   LongPathSwitch off(false);
-  EXPECT_EQ(rewrite("a/b.txt"), "a/b.txt");
+  EXPECT_EQ(detail::to_long_path("a/b.txt", true, &fake_full_path), "a/b.txt");
   EXPECT_EQ(to_long_path("\xFF not utf-8", true), "\xFF not utf-8");  // no conversion at all
   EXPECT_EQ(to_native_path("a/b.txt"), L"a/b.txt");
   EXPECT_THROW_MSG(to_native_path("\xFF"), std::range_error, "bad conversion");
@@ -79,35 +51,41 @@ TEST(LongPath, WithoutTheSwitchNothingChanges) {
 
 TEST(LongPath, RewritesWithTheSwitch) {
   LongPathSwitch on(true);
-  EXPECT_EQ(rewrite("C:/data//x.txt"), "\\\\?\\C:\\data\\x.txt");
-  EXPECT_EQ(rewrite("C:/data//x.txt", false), "C:\\data\\x.txt");
-  EXPECT_EQ(rewrite("//?/C:/x"), "\\\\?\\C:\\x");
-  EXPECT_EQ(rewrite("\\\\?\\C:\\x"), "\\\\?\\C:\\x");
-  EXPECT_EQ(rewrite("x.txt"), "\\\\?\\C:\\work\\x.txt");
-  // The prefix is dropped only from a longer path; "//?/" alone is a relative path.
-  EXPECT_EQ(rewrite("//?/", false), "C:\\?\\");
-  // A UNC path loses one leading backslash and then lies on the current drive.
-  EXPECT_EQ(rewrite("\\\\server\\share\\x"), "\\\\?\\C:\\server\\share\\x");
-  // The search resumes behind each hit: three or four separators keep two.
-  EXPECT_EQ(rewrite("C:/a///b", false), "C:\\a\\\\b");
-  EXPECT_EQ(rewrite("C:/a////b", false), "C:\\a\\\\b");
-  EXPECT_EQ(rewrite("", false), "C:\\work\\");
-  EXPECT_EQ(rewrite("C:\xE2\x82\xAC", false), "C:\xE2\x82\xAC");
-  EXPECT_EQ(detail::to_long_path("rel", true, &failing_full_path), "");
-  EXPECT_THROW_MSG(rewrite("C:/\xC3"), std::range_error, "bad conversion");
-}
-
-TEST(LongPath, NativePathHoldsUtf16Units) {
-  LongPathSwitch on(true);
-  const std::wstring native = to_native_path("C:/\xF0\x9F\x98\x80");
-  EXPECT_EQ(native, (std::wstring{L'\\', L'\\', L'?', L'\\', L'C', L':', L'\\', wchar_t(0xD83D),
-                                  wchar_t(0xDE00)}));
+  const struct {
+    const char* path;
+    bool prefix;
+    const char* expected;
+  } cases[] = {
+      {"C:/data//x.txt", true, "\\\\?\\C:\\data\\x.txt"},
+      {"C:/data//x.txt", false, "C:\\data\\x.txt"},
+      {"//?/C:/x", true, "\\\\?\\C:\\x"},
+      {"\\\\?\\C:\\x", true, "\\\\?\\C:\\x"},
+      {"x.txt", true, "\\\\?\\C:\\work\\x.txt"},
+      // The prefix is dropped only from a longer path; "//?/" alone is a relative path.
+      {"//?/", false, "C:\\?\\"},
+      // A UNC path loses one leading backslash and then lies on the current drive.
+      {"\\\\server\\share\\x", true, "\\\\?\\C:\\server\\share\\x"},
+      // The search resumes behind each hit: three or four separators keep two.
+      {"C:/a///b", false, "C:\\a\\\\b"},
+      {"C:/a////b", false, "C:\\a\\\\b"},
+      {"", false, "C:\\work\\"},
+      {"C:\xE2\x82\xAC", false, "C:\xE2\x82\xAC"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(detail::to_long_path(c.path, c.prefix, &fake_full_path), c.expected) << c.path;
+  }
+  const auto failing = [](const std::u16string&) -> std::optional<std::u16string> { return {}; };
+  EXPECT_EQ(detail::to_long_path("rel", true, failing), "");
+  EXPECT_THROW_MSG(detail::to_long_path("C:/\xC3", true, &fake_full_path), std::range_error,
+                   "bad conversion");
+  EXPECT_EQ(to_native_path("C:/\xF0\x9F\x98\x80"),
+            (std::wstring{L'\\', L'\\', L'?', L'\\', L'C', L':', L'\\', wchar_t(0xD83D),
+                          wchar_t(0xDE00)}));  // UTF-16 units
 }
 
 #if !defined(_WIN32)
 TEST(LongPath, PlatformFullPathResolvesAgainstTheCurrentDirectory) {
-  const std::optional<std::u16string> root = detail::platform_full_path(u"\\x\\.\\y\\..\\z");
-  EXPECT_EQ(root, std::u16string(u"\\x\\z"));
+  EXPECT_EQ(detail::platform_full_path(u"\\x\\.\\y\\..\\z"), std::u16string(u"\\x\\z"));
   EXPECT_EQ(detail::platform_full_path(u"\\..\\.."), std::u16string(u"\\"));
   EXPECT_EQ(detail::platform_full_path(std::u16string(1100, u'a')), std::nullopt);
 

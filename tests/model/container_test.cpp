@@ -1,111 +1,122 @@
-#include <korvantix/container.hpp>
-#include <korvantix/scalar.hpp>
-
-#include <gtest/gtest.h>
+#include <korvantix/container_evaluator.hpp>
 
 #include <cmath>
-#include <complex>
-#include <limits>
+#include <cstdint>
 #include <memory>
-#include <stdexcept>
-#include <string>
+#include <set>
+#include <tuple>
 #include <utility>
-#include <vector>
 
+#include "model/model_test_support.hpp"
+#include "model/node_arena.hpp"
 #include "model/storage.hpp"
-#include "test_support.hpp"
 
 namespace korvantix {
 namespace {
 
-using C = std::complex<double>;
-const double kNaN = std::numeric_limits<double>::quiet_NaN();
+using namespace testing;
+using Freqs = std::vector<double>;
+using Bands = std::vector<std::pair<double, double>>;
+const char* kSubscript = "invalid vector subscript";
 
-std::vector<double> sample_frequencies_of(const SMatrixContainer& c) {
-  std::vector<double> f;
-  for (auto it = c.begin_samples(); it != c.end_samples(); ++it)
-    f.push_back(it->frequency());
+// The lower edges (a sample's frequency) of what an iterator range visits, in order.
+template <class It>
+Freqs froms(It first, It last) {
+  Freqs f;
+  for (; first != last; ++first)
+    f.push_back(first->from());
   return f;
 }
 
-std::vector<std::pair<double, double>> bands_of(const SMatrixContainer& c) {
-  std::vector<std::pair<double, double>> bands;
-  for (auto it = c.begin_models(); it != c.end_models(); ++it)
-    bands.emplace_back(it->from(), it->to());
-  return bands;
+Freqs sample_frequencies_of(const SMatrixContainer& c) {
+  return froms(c.begin_samples(), c.end_samples());
 }
 
-TEST(ContainerConstruction, DefaultPortsAndEmptyMaps) {
+std::string duplicate(const std::string& f) {
+  return "S-matrix sample at " + f + " Hz is already available";
+}
+
+std::string overlap(const std::string& band, const std::string& existing) {
+  return "S-matrix model at " + band + " Hz overlaps with an existing model at " + existing + " Hz";
+}
+
+// Ports P1, P2; port datum Zpi[0]; one property per port and one global; an asymmetric sample
+// and an asymmetric model.
+SMatrixContainer two_ports() {
+  SMatrixContainer c(2, {{"Zpi", 0}});
+  c.name(0) = "P1";
+  c.name(1) = "P2";
+  c.add_global_property("g", "global");
+  c.add_port_property(0, "k", "first");
+  c.add_port_property(1, "k", "second");
+  SMatrixSample s = make_sample(2, 1e9, 1.0, {{"Zpi", 0}});
+  s.Zref() = {C(50, 0), C(75, 0)};
+  s.set({"Zpi", 0}, C(9, 9));
+  c.add(s);
+  SMatrixModel m(2, 2e9, 3e9, {{"Zpi", 0}});
+  const PolynomialModel s01(C(5, 0)), s10(C(6, 0));
+  m.set(0, 1, &s01);
+  m.set(1, 0, &s10);
+  c.add(m);
+  return c;
+}
+
+TEST(Container, DefaultPortsAndEmptyMaps) {
   const SMatrixContainer c(3);
   EXPECT_EQ(c.type(), SMatrixEvaluator::MIXED);
-  EXPECT_EQ(c.name(0), "port_0");
-  EXPECT_EQ(c.name(2), "port_2");
-  EXPECT_THROW_MSG(c.name(3), std::runtime_error, "port index out of bounds");
+  EXPECT_EQ(c.name(0) + c.name(2), "port_0port_2");
+  EXPECT_THROW_MSG(c.name(3), RE, "port index out of bounds");
   for (std::size_t i = 0; i <= 3; ++i)
     EXPECT_TRUE(c.get_port_properties(i).empty());
   EXPECT_EQ(&c.get_port_properties(3), &c.get_global_properties());
-  EXPECT_THROW_MSG(c.get_port_properties(4), std::out_of_range, "invalid vector subscript");
+  EXPECT_THROW_MSG(c.get_port_properties(4), std::out_of_range, kSubscript);
   EXPECT_TRUE(c.empty());
-  EXPECT_EQ(c.nbSamples(), 0u);
-  EXPECT_EQ(c.nbModels(), 0u);
-
+  EXPECT_EQ(c.nbSamples() + c.nbModels(), 0u);
   const SMatrixContainer d(2, {{"Zpi", 1}, {"Gamma", 0}, {"Zpi", 1}});
-  const std::vector<PortDataName> sorted = {{"Gamma", 0}, {"Zpi", 1}, {"Zpi", 1}};
-  EXPECT_EQ(d.port_data_names(), sorted);  // duplicates are kept
-
+  EXPECT_EQ(d.port_data_names(), (Names{{"Gamma", 0}, {"Zpi", 1}, {"Zpi", 1}}));  // repeats kept
   EXPECT_EQ(SMatrixContainer(), SMatrixContainer(0));
 }
 
-TEST(ContainerSamples, AnyInsertionOrderIteratesAscending) {
-  SMatrixContainer c(1);
-  for (double f : {3e9, 1e9, 5e9, 2e9, 4e9, 0.0})
-    c.add(SMatrixSample(1, f));
-  EXPECT_EQ(sample_frequencies_of(c), (std::vector<double>{0.0, 1e9, 2e9, 3e9, 4e9, 5e9}));
-  std::vector<double> reversed;
-  for (auto it = c.rbegin_samples(); it != c.rend_samples(); ++it)
-    reversed.push_back(it->frequency());
-  EXPECT_EQ(reversed, (std::vector<double>{5e9, 4e9, 3e9, 2e9, 1e9, 0.0}));
+TEST(Container, SamplesIterateAscendingAndDuplicatesAreRefused) {
+  SMatrixContainer c = samples_at({3e9, 1e9, 5e9, 2e9, 4e9, 0.0});
+  EXPECT_EQ(sample_frequencies_of(c), (Freqs{0.0, 1e9, 2e9, 3e9, 4e9, 5e9}));
+  EXPECT_EQ(froms(c.rbegin_samples(), c.rend_samples()), (Freqs{5e9, 4e9, 3e9, 2e9, 1e9, 0.0}));
   EXPECT_FALSE(c.empty());
   EXPECT_EQ(c.nbSamples(), 6u);
-}
 
-TEST(ContainerSamples, DuplicateFrequenciesAreRefused) {
-  SMatrixContainer c(1);
-  c.add(SMatrixSample(1, 1e9));
-  c.add(SMatrixSample(1, 2e9));
-  c.add(SMatrixSample(1, 0.0));
+  c = samples_at({1e9, 2e9, 0.0});
   const SMatrixContainer before = c;
   // Middle, last and first positions each take a different path through add.
-  EXPECT_THROW_MSG(c.add(SMatrixSample(1, 1e9)), std::runtime_error,
-                   "S-matrix sample at 1e+09 Hz is already available");
-  EXPECT_THROW_MSG(c.add(SMatrixSample(1, 2e9)), std::runtime_error,
-                   "S-matrix sample at 2e+09 Hz is already available");
-  EXPECT_THROW_MSG(c.add(SMatrixSample(1, -0.0)), std::runtime_error,
-                   "S-matrix sample at -0 Hz is already available");
-  EXPECT_THROW_MSG(c.add(SMatrixSample(1, kNaN)), std::runtime_error,
-                   "S-matrix sample at nan Hz is already available");
+  EXPECT_THROW_MSG(c.add(SMatrixSample(1, 1e9)), RE, duplicate("1e+09"));
+  EXPECT_THROW_MSG(c.add(SMatrixSample(1, 2e9)), RE, duplicate("2e+09"));
+  EXPECT_THROW_MSG(c.add(SMatrixSample(1, -0.0)), RE, duplicate("-0"));
+  EXPECT_THROW_MSG(c.add(SMatrixSample(1, kNaN)), RE, duplicate("nan"));
   EXPECT_EQ(c, before);
   c.add(SMatrixSample(1, 1.5e9));
   c.add(SMatrixSample(1, std::nextafter(2e9, 0.0)));
   EXPECT_EQ(c.nbSamples(), 5u);
+
+  // A NaN frequency is equivalent to every sample; an empty set takes it.
+  SMatrixContainer n = samples_at({kNaN});
+  EXPECT_THROW_MSG(n.add(SMatrixSample(1, 1e9)), RE, duplicate("1e+09"));
+  EXPECT_THROW_MSG(n.add(SMatrixSample(1, kNaN)), RE, duplicate("nan"));
+  EXPECT_EQ(n.nbSamples(), 1u);
+
+  // An rvalue is taken over only on success.
+  SMatrixContainer r(1);
+  SMatrixSample first = make_sample(1, 1e9, C(0.5, -0.5)), again = make_sample(1, 1e9, C(2, 3));
+  r.add(std::move(first));
+  EXPECT_EQ(first.frequency(), -1.0);  // the moved-from state
+  EXPECT_EQ((*r.begin_samples())(0, 0), C(0.5, -0.5));
+  EXPECT_THROW_MSG(r.add(std::move(again)), RE, duplicate("1e+09"));
+  EXPECT_EQ(again, make_sample(1, 1e9, C(2, 3)));
+  EXPECT_EQ(r.nbSamples(), 1u);
 }
 
-TEST(ContainerSamples, NaNFrequencyIsEquivalentToEverySample) {
-  SMatrixContainer c(1);
-  c.add(SMatrixSample(1, kNaN));  // an empty set takes it
-  EXPECT_THROW_MSG(c.add(SMatrixSample(1, 1e9)), std::runtime_error,
-                   "S-matrix sample at 1e+09 Hz is already available");
-  EXPECT_THROW_MSG(c.add(SMatrixSample(1, kNaN)), std::runtime_error,
-                   "S-matrix sample at nan Hz is already available");
-  EXPECT_EQ(c.nbSamples(), 1u);
-}
-
-TEST(ContainerSamples, SampleStoredIsACopyWithItsPolarFormOnDemand) {
+TEST(Container, SampleStoredIsACopyWithItsPolarFormOnDemand) {
   SMatrixContainer c(2);
   SMatrixSample s(2, 1e9);
-  s(0, 1) = C(-1, 1e-300);
-  s(1, 0) = C(-1, -0.0);
-  s(1, 1) = C(3, 4);
+  s.S() = {C(0, 0), C(-1, 1e-300), C(-1, -0.0), C(3, 4)};
   s.Zref(1) = C(0, -50);
   c.add(s);
   s(1, 1) = C(0, 0);
@@ -113,223 +124,176 @@ TEST(ContainerSamples, SampleStoredIsACopyWithItsPolarFormOnDemand) {
   EXPECT_EQ(stored.sample(1, 1), C(3, 4));
   const detail::Polar* polar = stored.polar();
   EXPECT_EQ(stored.polar(), polar);  // computed once, then kept
-  EXPECT_EQ(polar[3].magnitude, 5.0);
-  EXPECT_EQ(polar[3].phase, std::atan2(4.0, 3.0));
-  EXPECT_EQ(polar[1].phase, std::atan2(1e-300, -1.0));  // just below +pi
-  EXPECT_EQ(polar[2].phase, -std::atan2(0.0, -1.0));    // the sign of zero picks -pi
-  EXPECT_EQ(polar[0].magnitude, 0.0);
-  EXPECT_EQ(polar[5].magnitude, 50.0);  // Zref(1) follows the four S entries
-  EXPECT_EQ(polar[5].phase, -std::atan2(1.0, 0.0));
+  // Just below +pi for S(0, 1); the sign of zero picks -pi for S(1, 0); Zref(1) follows the four
+  // S entries.
+  EXPECT_EQ((Freqs{polar[3].magnitude, polar[3].phase, polar[1].phase, polar[2].phase,
+                   polar[0].magnitude, polar[5].magnitude, polar[5].phase}),
+            (Freqs{5.0, std::atan2(4.0, 3.0), std::atan2(1e-300, -1.0), -std::atan2(0.0, -1.0), 0.0,
+                   50.0, -std::atan2(1.0, 0.0)}));
 }
 
-TEST(ContainerSamples, PortDataMustMatchTheNames) {
-  SMatrixContainer plain(2);
-  EXPECT_THROW_MSG(plain.add(SMatrixSample(2, 1e9, {{"Zpi", 0}})), std::runtime_error,
-                   "Port data of S-sample and S-container must be identical:  sample: Zpi[0]:  "
-                   "container:");
-  SMatrixContainer named(2, {{"Zpi", 1}, {"Gamma", 0}});
-  EXPECT_THROW_MSG(named.add(SMatrixSample(2, 1e9, {{"Zpi", 0}, {"Gamma", 0}})), std::runtime_error,
-                   "Port data of S-sample and S-container must be identical:  sample: Gamma[0] "
-                   "Zpi[0]:  container: Gamma[0] Zpi[1]");
+TEST(Container, PortDataMustMatchTheNames) {
+  const std::string sample = "Port data of S-sample and S-container must be identical:  sample: ";
+  SMatrixContainer plain(2), named(2, {{"Zpi", 1}, {"Gamma", 0}}),
+      twice(1, {{"Zpi", 0}, {"Zpi", 0}});
+  EXPECT_THROW_MSG(plain.add(SMatrixSample(2, 1e9, {{"Zpi", 0}})), RE,
+                   sample + "Zpi[0]:  container:");
+  EXPECT_THROW_MSG(named.add(SMatrixSample(2, 1e9, {{"Zpi", 0}, {"Gamma", 0}})), RE,
+                   sample + "Gamma[0] Zpi[0]:  container: Gamma[0] Zpi[1]");
   named.add(SMatrixSample(7, 1e9, {{"Zpi", 1}, {"Gamma", 0}}));  // port count is not compared
   // A name listed twice can never be matched by a sample, whose keys are unique.
-  SMatrixContainer twice(1, {{"Zpi", 0}, {"Zpi", 0}});
-  EXPECT_THROW_MSG(twice.add(SMatrixSample(1, 1e9, {{"Zpi", 0}})), std::runtime_error,
-                   "Port data of S-sample and S-container must be identical:  sample: Zpi[0]:  "
-                   "container: Zpi[0] Zpi[0]");
-  EXPECT_EQ(plain.nbSamples(), 0u);
+  EXPECT_THROW_MSG(twice.add(SMatrixSample(1, 1e9, {{"Zpi", 0}})), RE,
+                   sample + "Zpi[0]:  container: Zpi[0] Zpi[0]");
+  EXPECT_EQ(plain.nbSamples() + twice.nbSamples(), 0u);
   EXPECT_EQ(named.nbSamples(), 1u);
+
+  const std::string model = "Port data of S-model and S-container must be identical\n  model:";
+  SMatrixContainer c(1, {{"Gamma", 1}});
+  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 1e9, 2e9, {{"Zpi", 0}})), RE,
+                   model + " Zpi[0]\n  container: Gamma[1]");
+  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 1e9, 2e9)), RE, model + "\n  container: Gamma[1]");
+  c.add(SMatrixModel(1, 1e9, 2e9, {{"Gamma", 1}}));
+  // The port-data check comes before the overlap check.
+  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 1e9, 2e9)), RE, model + "\n  container: Gamma[1]");
+  EXPECT_EQ(c.nbModels(), 1u);
 }
 
-TEST(ContainerModels, OverlapsNameTheLowestOverlappedModel) {
+TEST(Container, ModelOverlapsNameTheLowestOverlappedModel) {
   SMatrixContainer c(1);
   c.add(SMatrixModel(1, 2e9, 3e9));
   c.add(SMatrixModel(1, 1e9, 2e9));
   c.add(SMatrixModel(1, 5e9, 5e9));
   const SMatrixContainer before = c;
-  const std::string lower = "overlaps with an existing model at [1e+09 , 2e+09] Hz";
-  const std::string upper = "overlaps with an existing model at [2e+09 , 3e+09] Hz";
-  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 2e9, 2e9)), std::runtime_error,
-                   "S-matrix model at [2e+09 , 2e+09] Hz " + lower);
-  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 1.5e9, 2.5e9)), std::runtime_error,
-                   "S-matrix model at [1.5e+09 , 2.5e+09] Hz " + lower);
-  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 0.0, 9e9)), std::runtime_error,
-                   "S-matrix model at [0 , 9e+09] Hz " + lower);
-  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 2.5e9, 4e9)), std::runtime_error,
-                   "S-matrix model at [2.5e+09 , 4e+09] Hz " + upper);
-  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 3e9, 3e9)), std::runtime_error,
-                   "S-matrix model at [3e+09 , 3e+09] Hz " + upper);
-  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 4e9, 5e9)), std::runtime_error,
-                   "S-matrix model at [4e+09 , 5e+09] Hz overlaps with an existing model at "
-                   "[5e+09 , 5e+09] Hz");
+  const std::string lower = "[1e+09 , 2e+09]", upper = "[2e+09 , 3e+09]";
+  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 2e9, 2e9)), RE, overlap("[2e+09 , 2e+09]", lower));
+  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 1.5e9, 2.5e9)), RE, overlap("[1.5e+09 , 2.5e+09]", lower));
+  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 0.0, 9e9)), RE, overlap("[0 , 9e+09]", lower));
+  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 2.5e9, 4e9)), RE, overlap("[2.5e+09 , 4e+09]", upper));
+  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 3e9, 3e9)), RE, overlap("[3e+09 , 3e+09]", upper));
+  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 4e9, 5e9)), RE,
+                   overlap("[4e+09 , 5e+09]", "[5e+09 , 5e+09]"));
   EXPECT_EQ(c, before);
   c.add(SMatrixModel(1, 3e9, 4e9));
   c.add(SMatrixModel(1, 0.0, 0.5e9));
-  const std::vector<std::pair<double, double>> expected = {
-      {0.0, 0.5e9}, {1e9, 2e9}, {2e9, 3e9}, {3e9, 4e9}, {5e9, 5e9}};
-  EXPECT_EQ(bands_of(c), expected);
-  std::vector<double> reversed;
-  for (auto it = c.rbegin_models(); it != c.rend_models(); ++it)
-    reversed.push_back(it->from());
-  EXPECT_EQ(reversed, (std::vector<double>{5e9, 3e9, 2e9, 1e9, 0.0}));
-}
-
-TEST(ContainerModels, PortDataMustMatchTheNames) {
-  SMatrixContainer c(1, {{"Gamma", 1}});
-  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 1e9, 2e9, {{"Zpi", 0}})), std::runtime_error,
-                   "Port data of S-model and S-container must be identical\n  model: Zpi[0]\n  "
-                   "container: Gamma[1]");
-  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 1e9, 2e9)), std::runtime_error,
-                   "Port data of S-model and S-container must be identical\n  model:\n  "
-                   "container: Gamma[1]");
-  c.add(SMatrixModel(1, 1e9, 2e9, {{"Gamma", 1}}));
-  // The port-data check comes before the overlap check.
-  EXPECT_THROW_MSG(c.add(SMatrixModel(1, 1e9, 2e9)), std::runtime_error,
-                   "Port data of S-model and S-container must be identical\n  model:\n  "
-                   "container: Gamma[1]");
-  EXPECT_EQ(c.nbModels(), 1u);
-}
-
-TEST(ContainerModels, SamplesMayLieInsideModelBands) {
-  SMatrixContainer c(1);
-  c.add(SMatrixModel(1, 1e9, 2e9));
-  c.add(SMatrixSample(1, 1.5e9));
+  c.add(SMatrixSample(1, 1.5e9));  // samples may lie inside model bands
   c.add(SMatrixSample(1, 1e9));
+  Bands bands;
+  for (auto it = c.begin_models(); it != c.end_models(); ++it)
+    bands.emplace_back(it->from(), it->to());
+  EXPECT_EQ(bands, (Bands{{0.0, 0.5e9}, {1e9, 2e9}, {2e9, 3e9}, {3e9, 4e9}, {5e9, 5e9}}));
+  EXPECT_EQ(froms(c.rbegin_models(), c.rend_models()), (Freqs{5e9, 3e9, 2e9, 1e9, 0.0}));
   EXPECT_EQ(c.nbSamples(), 2u);
-  EXPECT_EQ(c.nbModels(), 1u);
+
+  // An rvalue is taken over only on success.
+  SMatrixContainer r(1);
+  SMatrixModel first = make_model(1, 1e9, 2e9, 0.5), overlapping(1, 1.5e9, 3e9);
+  r.add(std::move(first));
+  EXPECT_EQ(first.nbPorts(), 0u);  // the moved-from state
+  EXPECT_EQ((*r.begin_models())(1.5e9, 0, 0), C(0.5, 0));
+  EXPECT_THROW_MSG(r.add(std::move(overlapping)), RE,
+                   overlap("[1.5e+09 , 3e+09]", "[1e+09 , 2e+09]"));
+  EXPECT_EQ(std::make_tuple(overlapping.nbPorts(), overlapping.S().size(), r.nbModels()),
+            std::make_tuple(1ul, 1ul, 1ul));  // a refused model is left as it was
 }
 
-TEST(ContainerProperties, MessagesAndTheGlobalIndex) {
+TEST(Container, PropertiesMessagesAndTheGlobalIndex) {
   SMatrixContainer c(3);
   EXPECT_TRUE(SMatrixContainer::is_valid_property("k", ""));
   EXPECT_FALSE(SMatrixContainer::is_valid_property("", "x"));
-  EXPECT_THROW_MSG(c.add_global_property("", "x"), std::runtime_error,
-                   "invalid property key=<>, val=<x>");
+  EXPECT_THROW_MSG(c.add_global_property("", "x"), RE, "invalid property key=<>, val=<x>");
   // The key is checked before the index.
-  EXPECT_THROW_MSG(c.add_port_property(9, "", "v"), std::runtime_error,
-                   "invalid property key=<>, val=<v>");
-  EXPECT_THROW_MSG(c.add_port_property(4, "k", "v"), std::out_of_range, "invalid vector subscript");
+  EXPECT_THROW_MSG(c.add_port_property(9, "", "v"), RE, "invalid property key=<>, val=<v>");
+  EXPECT_THROW_MSG(c.add_port_property(4, "k", "v"), std::out_of_range, kSubscript);
   c.add_port_property(3, "k", "v");  // index N is the global map
   EXPECT_EQ(c.get_global_property("k"), "v");
   c.add_global_property("k", "w");  // overwrites
   EXPECT_EQ(c.get_port_property(3, "k"), "w");
   c.add_port_property(1, "k", "port");
-  EXPECT_EQ(c.get_port_property(1, "k"), "port");
-  EXPECT_EQ(c.get_global_property("k"), "w");
+  EXPECT_EQ(c.get_port_property(1, "k") + c.get_global_property("k"), "portw");
 
   const SMatrixContainer before = c;
-  EXPECT_THROW_MSG(c.get_port_property(0, "k"), std::runtime_error,
-                   "property <k> for port <0> does not exist");
-  EXPECT_THROW_MSG(c.get_port_property(4, "k"), std::out_of_range, "invalid vector subscript");
-  EXPECT_THROW_MSG(c.get_global_property("x"), std::runtime_error,
-                   "global property <x> does not exist");
-  EXPECT_THROW_MSG(c.clear_global_property("x"), std::runtime_error,
-                   "global property <x> does not exist");
-  EXPECT_THROW_MSG(c.clear_port_property(2, "k"), std::runtime_error,
-                   "property <k> for port <2> does not exist");
-  EXPECT_THROW_MSG(c.clear_port_property(4, "k"), std::out_of_range, "invalid vector subscript");
-  EXPECT_THROW_MSG(c.clear_port_properties(4), std::out_of_range, "invalid vector subscript");
+  EXPECT_THROW_MSG(c.get_port_property(0, "k"), RE, "property <k> for port <0> does not exist");
+  EXPECT_THROW_MSG(c.get_port_property(4, "k"), std::out_of_range, kSubscript);
+  EXPECT_THROW_MSG(c.get_global_property("x"), RE, "global property <x> does not exist");
+  EXPECT_THROW_MSG(c.clear_global_property("x"), RE, "global property <x> does not exist");
+  EXPECT_THROW_MSG(c.clear_port_property(2, "k"), RE, "property <k> for port <2> does not exist");
+  EXPECT_THROW_MSG(c.clear_port_property(4, "k"), std::out_of_range, kSubscript);
+  EXPECT_THROW_MSG(c.clear_port_properties(4), std::out_of_range, kSubscript);
   EXPECT_EQ(c, before);
-
   c.clear_port_property(1, "k");
   EXPECT_TRUE(c.get_port_properties(1).empty());
   c.clear_port_property(3, "k");
   EXPECT_TRUE(c.get_global_properties().empty());
+
+  // clear_properties empties every map, the global one included, and keeps the rest.
+  SMatrixContainer d = two_ports(), expected = d;
+  expected.clear_global_property("g");
+  expected.clear_port_property(0, "k");
+  expected.clear_port_property(1, "k");
+  d.clear_properties();
+  for (std::size_t i = 0; i <= 2; ++i)
+    EXPECT_TRUE(d.get_port_properties(i).empty()) << i;
+  EXPECT_EQ(d, expected);
 }
 
-TEST(ContainerClear, KeepsPortNamesAndPortDataNames) {
-  SMatrixContainer c(2, {{"Zpi", 0}});
-  c.name(0) = "in";
-  c.add_global_property("g", "1");
-  c.add_port_property(1, "p", "2");
-  c.add(SMatrixSample(2, 1e9, {{"Zpi", 0}}));
-  c.add(SMatrixModel(2, 2e9, 3e9, {{"Zpi", 0}}));
-  c.clear();
+TEST(Container, ClearAndResetKeepWhatTheySay) {
+  SMatrixContainer c = two_ports();
+  c.clear();  // keeps port names and port-data names
   EXPECT_TRUE(c.empty());
-  EXPECT_EQ(c.name(0), "in");
-  EXPECT_EQ(c.port_data_names(), (std::vector<PortDataName>{{"Zpi", 0}}));
+  EXPECT_EQ(c.name(0), "P1");
+  EXPECT_EQ(c.port_data_names(), (Names{{"Zpi", 0}}));
   for (std::size_t i = 0; i <= 2; ++i)
     EXPECT_TRUE(c.get_port_properties(i).empty());
-}
 
-TEST(ContainerReset, KeepsPropertyMapsAtTheirIndices) {
-  SMatrixContainer c(2);
-  c.name(1) = "out";
-  c.add_global_property("g", "global");
-  c.add_port_property(0, "p", "port0");
-  c.add(SMatrixSample(2, 1e9));
-  c.add(SMatrixModel(2, 2e9, 3e9));
-
-  c.reset(3, {{"Zpi", 2}, {"Gamma", 0}});
-  EXPECT_EQ(c.nbPorts(), 3u);
-  EXPECT_EQ(c.name(1), "port_1");
-  EXPECT_EQ(c.name(2), "port_2");
-  EXPECT_TRUE(c.empty());
-  EXPECT_EQ(c.port_data_names(), (std::vector<PortDataName>{{"Gamma", 0}, {"Zpi", 2}}));
-  EXPECT_EQ(c.get_port_property(0, "p"), "port0");
+  // reset keeps the property maps at their indices.
+  SMatrixContainer r(2);
+  r.name(1) = "out";
+  r.add_global_property("g", "global");
+  r.add_port_property(0, "p", "port0");
+  r.add(SMatrixSample(2, 1e9));
+  r.add(SMatrixModel(2, 2e9, 3e9));
+  r.reset(3, {{"Zpi", 2}, {"Gamma", 0}});
+  EXPECT_EQ(r.nbPorts(), 3u);
+  EXPECT_EQ(r.name(1) + r.name(2), "port_1port_2");
+  EXPECT_TRUE(r.empty());
+  EXPECT_EQ(r.port_data_names(), (Names{{"Gamma", 0}, {"Zpi", 2}}));
+  EXPECT_EQ(r.get_port_property(0, "p"), "port0");
   // The former global map (index 2) is now port 2's map, and the new global map is empty.
-  EXPECT_EQ(c.get_port_property(2, "g"), "global");
-  EXPECT_TRUE(c.get_global_properties().empty());
-
-  c.add_port_property(1, "q", "port1");
-  c.reset(1, {});
-  EXPECT_EQ(c.get_global_property("q"), "port1");  // port 1's map is now the global one
-  EXPECT_EQ(c.get_port_property(0, "p"), "port0");
-  EXPECT_THROW_MSG(c.name(1), std::runtime_error, "port index out of bounds");
-  EXPECT_THROW_MSG(c.get_port_properties(2), std::out_of_range, "invalid vector subscript");
+  EXPECT_EQ(r.get_port_property(2, "g"), "global");
+  EXPECT_TRUE(r.get_global_properties().empty());
+  r.add_port_property(1, "q", "port1");
+  r.reset(1, {});
+  EXPECT_EQ(r.get_global_property("q"), "port1");  // port 1's map is now the global one
+  EXPECT_EQ(r.get_port_property(0, "p"), "port0");
+  EXPECT_THROW_MSG(r.name(1), RE, "port index out of bounds");
+  EXPECT_THROW_MSG(r.get_port_properties(2), std::out_of_range, kSubscript);
 }
 
-TEST(ContainerEquality, EveryFieldTakesPart) {
-  SMatrixContainer a(2, {{"Zpi", 0}});
-  a.add_global_property("g", "1");
-  a.add(SMatrixSample(2, 1e9, {{"Zpi", 0}}));
-  a.add(SMatrixModel(2, 2e9, 3e9, {{"Zpi", 0}}));
-  SMatrixContainer b = a;
-  EXPECT_EQ(a, b);
-
-  b.add_global_property("g", "2");
-  EXPECT_NE(a, b);
-  EXPECT_THROW_MSG(SMatrixEvaluator::equal(&a, &b), std::runtime_error,
-                   "ModelInterface::equal not supported for MIXED");
-
-  b = a;
-  b.name(1) = "x";
-  EXPECT_NE(a, b);
-
-  b = a;
-  SMatrixSample s(2, 1e9, {{"Zpi", 0}});
-  s(0, 0) = C(0, 1);
-  b.clear_samples();
-  b.add(s);
-  EXPECT_NE(a, b);
-
-  b = a;
-  b.clear_models();
-  b.add(SMatrixModel(2, 2e9, 3.5e9, {{"Zpi", 0}}));
-  EXPECT_NE(a, b);
-
-  // The port-data-name list is not compared by itself.
-  EXPECT_EQ(SMatrixContainer(1, {{"Zpi", 0}}), SMatrixContainer(1));
-  EXPECT_NE(SMatrixContainer(1), SMatrixContainer(2));
-}
-
-TEST(ContainerCopy, DeepCopyCloneAndMove) {
-  SMatrixContainer a(2, {{"Zpi", 0}});
-  a.add_port_property(1, "p", "v");
-  a.add(SMatrixSample(2, 1e9, {{"Zpi", 0}}));
-  a.add(SMatrixModel(2, 2e9, 3e9, {{"Zpi", 0}}));
+TEST(Container, EqualityCopiesAndMoves) {
+  SMatrixContainer a = two_ports();
   const SMatrixContainer original = a;
+  SMatrixContainer property = a, name = a, sample = a, model = a;
+  property.add_global_property("g", "2");
+  EXPECT_THROW_MSG(SMatrixEvaluator::equal(&a, &property), RE,
+                   "ModelInterface::equal not supported for MIXED");
+  name.name(1) = "x";
+  sample.clear_samples();
+  sample.add(make_sample(2, 1e9, 0.0, {{"Zpi", 0}}));  // differs from two_ports' sample
+  model.clear_models();
+  model.add(SMatrixModel(2, 2e9, 3.5e9, {{"Zpi", 0}}));
+  // Every field takes part, except the port-data-name list by itself.
+  EXPECT_EQ((Flags{a == property, a == name, a == sample, a == model,
+                   SMatrixContainer(1) == SMatrixContainer(2),
+                   SMatrixContainer(1, {{"Zpi", 0}}) == SMatrixContainer(1)}),
+            (Flags{0, 0, 0, 0, 0, 1}));
 
-  std::unique_ptr<SMatrixEvaluator> clone(a.clone());
+  const std::unique_ptr<SMatrixEvaluator> clone(a.clone());
   EXPECT_EQ(static_cast<const SMatrixContainer&>(*clone), original);
-
   SMatrixContainer b(std::move(a));
   EXPECT_EQ(b, original);
   EXPECT_EQ(b.begin_samples()->frequency(), 1e9);
   EXPECT_EQ(a, SMatrixContainer(0));
-  EXPECT_TRUE(a.port_data_names().empty());
-  EXPECT_TRUE(a.get_global_properties().empty());
-
+  EXPECT_TRUE(a.port_data_names().empty() && a.get_global_properties().empty());
   SMatrixContainer c(5);
   c = std::move(b);
   EXPECT_EQ(c, original);
@@ -339,25 +303,20 @@ TEST(ContainerCopy, DeepCopyCloneAndMove) {
   EXPECT_EQ(c, original);
 }
 
-TEST(ContainerCopy, EveryContainerOwnsTheMemoryOfItsSamples) {
+TEST(Container, EveryContainerOwnsTheMemoryOfItsSamples) {
   // Samples live in blocks owned by their container: copies, the targets of moves and
   // moved-from containers must each stay usable when the others change or go away. Enough
   // samples to span several blocks; the sanitizer build catches any shared or freed block.
-  auto filled = [](std::size_t n, double offset) {
-    SMatrixContainer c(1);
-    for (std::size_t k = 0; k < n; ++k)
-      c.add(SMatrixSample(1, offset + static_cast<double>(n - k)));
-    return c;
-  };
-  auto copy = std::make_unique<SMatrixContainer>(filled(300, 0.0));
-  SMatrixContainer kept = *copy;
-  SMatrixContainer assigned = filled(5, 1000.0);
+  Freqs many;
+  for (int k = 300; k > 0; --k)
+    many.push_back(k);
+  auto copy = std::make_unique<SMatrixContainer>(samples_at(many));
+  SMatrixContainer kept = *copy, assigned = samples_at({1001, 1002});
   assigned = *copy;
   copy.reset();
   EXPECT_EQ(kept, assigned);
   EXPECT_EQ(kept.nbSamples(), 300u);
   EXPECT_EQ(sample_frequencies_of(kept).back(), 300.0);
-
   SMatrixContainer moved(std::move(kept));
   for (int k = 0; k < 100; ++k) {
     kept.add(SMatrixSample(0, 500.0 + k));
@@ -365,48 +324,134 @@ TEST(ContainerCopy, EveryContainerOwnsTheMemoryOfItsSamples) {
   }
   EXPECT_EQ(kept.nbSamples(), 100u);
   EXPECT_EQ(moved.nbSamples(), 400u);
-
   moved.clear_samples();
   moved.add(SMatrixSample(1, 1.0));
   assigned = std::move(moved);
-  EXPECT_EQ(sample_frequencies_of(assigned), std::vector<double>{1.0});
+  EXPECT_EQ(sample_frequencies_of(assigned), Freqs{1.0});
   EXPECT_EQ(moved.nbSamples(), 0u);
   moved.add(SMatrixSample(0, 2.0));
-  EXPECT_EQ(sample_frequencies_of(moved), std::vector<double>{2.0});
-}
-TEST(ContainerSamples, AddingAnRvalueTakesTheSampleOverOnlyOnSuccess) {
-  SMatrixContainer c(1);
-  SMatrixSample first(1, 1e9);
-  first(0, 0) = C(0.5, -0.5);
-  c.add(std::move(first));
-  EXPECT_EQ(first.frequency(), -1.0);  // taken over: the moved-from state
-  EXPECT_EQ(c.begin_samples()->operator()(0, 0), C(0.5, -0.5));
-
-  SMatrixSample duplicate(1, 1e9);
-  duplicate(0, 0) = C(2, 3);
-  EXPECT_THROW_MSG(c.add(std::move(duplicate)), std::runtime_error,
-                   "S-matrix sample at 1e+09 Hz is already available");
-  EXPECT_EQ(duplicate.frequency(), 1e9);  // a refused sample is left as it was
-  EXPECT_EQ(duplicate(0, 0), C(2, 3));
-  EXPECT_EQ(c.nbSamples(), 1u);
+  EXPECT_EQ(sample_frequencies_of(moved), Freqs{2.0});
 }
 
-TEST(ContainerModels, AddingAnRvalueTakesTheModelOverOnlyOnSuccess) {
-  SMatrixContainer c(1);
-  SMatrixModel first(1, 1e9, 2e9);
-  const PolynomialModel half(C(0.5, 0));
-  first.set(0, 0, &half);
-  c.add(std::move(first));
-  EXPECT_EQ(first.nbPorts(), 0u);  // taken over: the moved-from state
-  EXPECT_EQ(c.begin_models()->operator()(1.5e9, 0, 0), C(0.5, 0));
+struct Node {
+  double payload[5];
+};
 
-  SMatrixModel overlapping(1, 1.5e9, 3e9);
-  EXPECT_THROW_MSG(c.add(std::move(overlapping)), std::runtime_error,
-                   "S-matrix model at [1.5e+09 , 3e+09] Hz overlaps with an existing model at "
-                   "[1e+09 , 2e+09] Hz");
-  EXPECT_EQ(overlapping.nbPorts(), 1u);  // a refused model is left as it was
-  EXPECT_EQ(overlapping.S().size(), 1u);
-  EXPECT_EQ(c.nbModels(), 1u);
+TEST(NodeArena, NodesAreDistinctAlignedRecycledAndNotShared) {
+  detail::ArenaAllocator<Node> allocator;
+  std::vector<Node*> nodes;
+  // Several blocks' worth: every node distinct and aligned for any type.
+  for (int k = 0; k < 5000; ++k) {
+    nodes.push_back(allocator.allocate(1));
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(nodes.back()) % alignof(std::max_align_t), 0u);
+    nodes.back()->payload[4] = k;
+  }
+  EXPECT_EQ(std::set<Node*>(nodes.begin(), nodes.end()).size(), nodes.size());
+  for (int k = 0; k < 5000; ++k)
+    EXPECT_EQ(nodes[k]->payload[4], k);
+  allocator.deallocate(nodes[7], 1);
+  EXPECT_EQ(allocator.allocate(1), nodes[7]);
+  // Arrays and nodes of another size come from the global heap and go back there.
+  allocator.deallocate(allocator.allocate(3), 3);
+  detail::ArenaAllocator<char> bytes(allocator);
+  bytes.deallocate(bytes.allocate(1), 1);
+  for (Node* node : nodes)
+    allocator.deallocate(node, 1);
+  // Copied containers get their own arena.
+  const detail::ArenaAllocator<Node> a, shared(a);
+  const detail::ArenaAllocator<double> rebound(a);
+  EXPECT_EQ((Flags{shared == a, rebound == a, a.select_on_container_copy_construction() == a,
+                   detail::ArenaAllocator<Node>() == a}),
+            (Flags{1, 1, 0, 0}));
+}
+
+TEST(ContainerPermute, SwapsPortsEverywhere) {
+  using Ports = std::vector<std::string>;
+  const SMatrixContainer source = two_ports(), copy = source;
+  const SMatrixContainer swapped = source.permute(Ports{"P2", "P1"});
+  EXPECT_EQ(source, copy);
+  EXPECT_EQ(swapped.name(0) + swapped.name(1), "P2P1");
+  EXPECT_EQ(swapped.get_port_property(0, "k") + swapped.get_port_property(1, "k"), "secondfirst");
+  EXPECT_EQ(swapped.get_global_property("g"), "global");
+  EXPECT_EQ(swapped.port_data_names(), (Names{{"Zpi", 1}}));
+  const SMatrixSample& s = *swapped.begin_samples();
+  EXPECT_EQ(s.S(), (std::vector<C>{C(4, 0), C(3, 0), C(2, 0), C(1, 0)}));
+  EXPECT_EQ(s.Zref(), (std::vector<C>{C(75, 0), C(50, 0)}));
+  EXPECT_EQ(s({"Zpi", 1}), C(9, 9));
+  EXPECT_EQ(swapped(2.5e9, 0, 1, REAL_IMAG), C(6, 0));
+  EXPECT_EQ(swapped(2.5e9, 1, 0, REAL_IMAG), C(5, 0));
+  EXPECT_EQ(swapped.permute(Ports{"P1", "P2"}), source);
+  EXPECT_EQ(source.permute(Ports{"P1", "P2"}), source);
+
+  EXPECT_THROW_MSG(source.permute(Ports{"P1", "P2", "P3"}), RE, "expected 2 port names, found 3");
+  EXPECT_THROW_MSG(source.permute(Ports{"P1", "P3"}), RE,
+                   "port name list does not contain port name <P2>");
+  // Neither a port datum of a port the container lacks nor a sample with more ports than the
+  // container can be remapped.
+  SMatrixContainer far(2, {{"Zpi", 5}}), odd(2);
+  odd.add(SMatrixSample(3, 1e9));
+  EXPECT_THROW_MSG(far.permute(Ports{"port_1", "port_0"}), RE, "port index out of bounds");
+  EXPECT_THROW_MSG(odd.permute(Ports{"port_1", "port_0"}), RE, "port index out of bounds");
+
+  // A shared name lands on one port; the last source entry wins.
+  SMatrixContainer shared(2);
+  shared.name(0) = shared.name(1) = "A";
+  shared.add(make_sample(2, 1e9, 1.0));
+  const SMatrixContainer merged = shared.permute(Ports{"A", "B"});
+  EXPECT_EQ(merged.name(0) + merged.name(1), "Aport_1");
+  EXPECT_EQ((*merged.begin_samples())(0, 0), C(4, 0));
+}
+
+SMatrixContainer three_samples() {
+  SMatrixContainer c(2);
+  for (int k = 1; k <= 3; ++k) {
+    SMatrixSample s(2, k * 1e9);
+    s.S() = {C(k, 0), C(0, k), C(0, -k), C(-k, k)};
+    s.Zref() = {C(50, k), C(25, 0)};
+    c.add(s);
+  }
+  return c;
+}
+
+TEST(ContainerEvaluator, AnswersFromTheEvaluatedList) {
+  SMatrixContainer c = three_samples();
+  const Freqs list{2.5e9, 1e9, 1.5e9, 2.5e9, 3e9};
+  const SMatrixContainerEvaluator e(c, list, 2);
+  c.clear();  // the evaluator keeps its own results
+  const SMatrixContainer source = three_samples();
+  EXPECT_EQ(e.type(), SMatrixEvaluator::MIXED);
+  EXPECT_EQ(e.nbPorts(), 2u);
+  EXPECT_EQ(e.frequencies(), list);
+  EXPECT_EQ(std::make_pair(e.from(), e.to()), std::make_pair(1e9, 3e9));
+  EXPECT_FALSE(e.is_symmetric());
+  ASSERT_EQ(e.samples().size(), list.size());
+  std::vector<C> zref, s10;
+  for (std::size_t k = 0; k < list.size(); ++k) {
+    EXPECT_EQ(e.samples()[k], source.evaluate(list[k], MAG_PHASE));
+    zref.push_back(source.Zref(list[k], 0, MAG_PHASE));
+    s10.push_back(source(list[k], 1, 0, MAG_PHASE));
+  }
+  EXPECT_EQ(e.Zref(0), zref);
+  EXPECT_EQ(e(1, 0), s10);
+  // MAG_PHASE results whatever type is asked for.
+  EXPECT_EQ(e.evaluate(1.5e9, REAL_IMAG), source.evaluate(1.5e9, MAG_PHASE));
+  EXPECT_NE(e.evaluate(1.5e9, REAL_IMAG), source.evaluate(1.5e9, REAL_IMAG));
+  EXPECT_EQ(&e.sample(2.5e9), &e.samples()[0]);  // a repeated frequency: its first position
+  EXPECT_EQ((Flags{e.contains(3e9), e.contains(2e9)}), (Flags{1, 0}));
+  EXPECT_THROW_MSG(e.evaluate(2e9, MAG_PHASE), std::out_of_range,
+                   "2e+09 Hz is not an evaluated frequency");
+  EXPECT_THROW_MSG(e.sample(kNaN), std::out_of_range, "nan Hz is not an evaluated frequency");
+  EXPECT_THROW_MSG(e.Zref(2), RE, "port index out of bounds");
+  EXPECT_THROW_MSG(e(0, 2), RE, "port index out of bounds");
+  const std::unique_ptr<SMatrixEvaluator> copy(e.clone());
+  EXPECT_EQ(copy->evaluate(3e9, MAG_PHASE), e.sample(3e9));
+
+  const SMatrixContainerEvaluator empty(source, {});
+  EXPECT_TRUE(empty.is_symmetric());
+  EXPECT_THROW_MSG(empty.from(), RE, "empty container");
+  EXPECT_THROW_MSG(empty.to(), RE, "empty container");
+  EXPECT_THROW_MSG(SMatrixContainerEvaluator(source, {1e9, 4e9}), RE,
+                   "4e+09 Hz does not belong to [1e+09, 3e+09] Hz");
 }
 
 }  // namespace
