@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <optional>
@@ -329,6 +330,59 @@ TEST(ContainerLoad, MatchesEvaluateInListOrderForAnyThreadCountAndStopsAtTheFirs
   symmetric.load({1.5e9}, samples, 2);
   EXPECT_EQ(samples[0](1, 0), samples[0](0, 1));
   EXPECT_NE(samples[0](1, 0), symmetric.evaluate(1.5e9, MAG_PHASE)(1, 0));
+}
+
+// load_S against evaluate (or evaluate_symm) one frequency at a time, on ascending runs with
+// repeats (the walked search) and on descending ones (a search from the root each time).
+TEST(ContainerLoadS, EqualsEvaluateBitForBit) {
+  std::mt19937 rng(99);
+  for (int round = 0; round < 300; ++round) {
+    const SMatrixContainer c = random_container(rng);
+    const std::size_t size = c.nbPorts() * c.nbPorts();
+    for (const InterpolationType t : {REAL_IMAG, MAG_PHASE, kSeven}) {
+      std::vector<double> freqs;
+      std::string expected;
+      for (int k = -4; k <= 180; ++k) {
+        try {
+          const SMatrixSample s =
+              c.is_symmetric() ? c.evaluate_symm(k / 8.0, t) : c.evaluate(k / 8.0, t);
+          if (s.nbPorts() != c.nbPorts()) continue;
+          freqs.insert(freqs.end(), 1 + k % 2, k / 8.0);
+          for (int copy = 0; copy <= k % 2; ++copy)
+            for (const C& x : s.S())
+              expected += bits(x);
+        } catch (const RE&) {
+        }
+      }
+      for (const bool ascending : {true, false}) {
+        if (!ascending) std::reverse(freqs.begin(), freqs.end());
+        std::vector<C> out(freqs.size() * size);
+        c.load_S(freqs.data(), freqs.size(), t, out.data(), ascending ? 1 : 3);
+        std::string got;
+        for (std::size_t k = 0; k < out.size(); ++k)
+          got += bits(out[ascending ? k : (freqs.size() - 1 - k / size) * size + k % size]);
+        ASSERT_EQ(got, expected) << "round " << round;
+      }
+    }
+  }
+  // The failure of the lowest position, whatever the threads; a sample of another port count.
+  const SMatrixContainer c = mixed();
+  std::vector<double> list(5000, 1.5e9);
+  list[4999] = 5e9;
+  list[2999] = 0.5e9;
+  std::vector<C> out(list.size() * 4);
+  for (const std::size_t threads : {1, 2, 8}) {
+    EXPECT_THROW_MSG(c.load_S(list.data(), list.size(), MAG_PHASE, out.data(), threads), RE,
+                     "5e+08 Hz does not belong to [1e+09, 4e+09] Hz");
+  }
+  SMatrixContainer two(2);
+  two.add(SMatrixSample(2, 1e9));
+  two.add(SMatrixSample(1, 2e9));
+  const double at[] = {1e9, 2e9, 1.5e9};
+  EXPECT_THROW_MSG(two.load_S(at, 2, MAG_PHASE, out.data(), 1), RE,
+                   "S-matrix sample at 2e+09 Hz has 1 ports, the container has 2");
+  EXPECT_THROW_MSG(two.load_S(at + 2, 1, MAG_PHASE, out.data(), 1), RE,
+                   "smatrix sample interpolation size mismatch: 2 != 1");
 }
 
 TEST(ContainerLoad, RandomPoleZeroModels) {
