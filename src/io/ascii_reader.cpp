@@ -11,6 +11,25 @@
 #include "io/keywords.hpp"
 #include "io/path.hpp"
 
+// The layout of an ASCII kvx-file, version 2.3 (whitespace between tokens is free; texts are
+// written <in angle brackets>, nested brackets balanced):
+//
+//   ASCII KORVANTIX2 3 0                           magic, then major minor patch
+//   PORTS <n> <name>...                            or PROPAGATIONCONSTANT YES|NO: no ports
+//   PORT DATA NAMES <k> (<name> <index>)...        2.3 only
+//   GLOBAL PROPERTIES <m> (<key> <value>)...
+//   PORT PROPERTIES <p> <m> (<key> <value>)...     once per port, p = 0, 1, ...
+//   PORT MODELS <k> (<text> <count>)...            2.2 only, read and dropped
+//   SAMPLES <count>
+//   FREQ <f> Hz S <N*N complexes> Zref <N complexes> (<name> <index> <complex>)...
+//   MODELS <count>
+//   FREQRANGE <from> <to> Hz S <N*N scalar models> Zref <N scalar models>
+//     (<name> <index> <scalar model>)...
+//
+// A complex is (re,im); a scalar model opens with its keyword (POLY, RAT, POLEZERO,
+// STATICTABLE, SPARASPLINE, CAUSALITYENFORCEDSPARASPLINE). The reader below has one function
+// per section, in this order.
+
 namespace korvantix {
 namespace detail {
 namespace {
@@ -51,10 +70,7 @@ class AsciiReader {
   void read(SMatrixContainer& container) {
     read_ports();
     if (grammar_.has_port_data_names) read_port_data_names();
-    container = grammar_.has_port_data_names ? SMatrixContainer(nb_ports_, port_data_names_)
-                                             : SMatrixContainer(nb_ports_);
-    for (std::size_t i = 0; i < nb_ports_; ++i)
-      container.name(i) = std::move(port_names_[i]);
+    container = header_container(port_names_, port_data_names_);
     read_global_properties(container);
     read_port_properties(container);
     if (grammar_.has_port_models) read_port_models();
@@ -82,10 +98,8 @@ class AsciiReader {
     }
     // A container costs far more per port than a name in the file; each port also needs its
     // property block further on. Small counts are left to the grammar's own messages.
-    if (nb_ports_ > kManyPorts && !tokens_.window().holds(nb_ports_, kPortBlockBytes)) {
-      throw std::runtime_error(
-          message("parsing error: port count ", nb_ports_, " too large for the rest of the file"));
-    }
+    if (nb_ports_ > kManyPorts && !tokens_.window().holds(nb_ports_, kPortBlockBytes))
+      port_count_too_large();
   }
 
   void read_port_data_names() {
@@ -140,13 +154,14 @@ class AsciiReader {
     }
   }
 
+  [[noreturn]] void port_count_too_large() const {
+    throw std::runtime_error(
+        message("parsing error: port count ", nb_ports_, " too large for the rest of the file"));
+  }
+
   // N x N values must fit into what is left before a sample allocates them.
   void check_matrix_fits(std::size_t item_bytes) {
-    const std::uint64_t n = nb_ports_;
-    if (!tokens_.window().holds(square_saturated(n), item_bytes)) {
-      throw std::runtime_error(
-          message("parsing error: port count ", n, " too large for the rest of the file"));
-    }
+    if (!tokens_.window().holds(square_saturated(nb_ports_), item_bytes)) port_count_too_large();
   }
 
   // The next port-data name and index must be `expected`; otherwise `failure` followed by what
@@ -168,9 +183,7 @@ class AsciiReader {
       const double f = tokens_.real();
       tokens_.expect(kvx::kHz);
       check_matrix_fits(kValueBytes);
-      SMatrixSample sample = grammar_.has_port_data_names
-                                 ? SMatrixSample(ports, f, port_data_names_)
-                                 : SMatrixSample(ports, f);
+      SMatrixSample sample(ports, f, port_data_names_);
       tokens_.expect(kvx::kS);
       for (std::complex<double>& s : sample.S())
         s = tokens_.complex();
@@ -181,11 +194,8 @@ class AsciiReader {
         expect_port_data_name(expected, "unexpected port data name: ");
         sample.set(expected, tokens_.complex());
       }
-      if (propagation_constant_) {
-        tokens_.expect(kvx::kPropagationConstant);
-        for (std::size_t i = 0; i < ports; ++i)
-          tokens_.complex();
-      }
+      // A propagation-constant file has no ports, so the keyword has no values after it.
+      if (propagation_constant_) tokens_.expect(kvx::kPropagationConstant);
       // A sample read after a failed number is not kept; the next keyword reports the failure.
       if (!tokens_.failed()) container.add(std::move(sample));
     }
@@ -212,20 +222,14 @@ class AsciiReader {
       std::vector<SMatrixModel::ScalarModelPtr> z;
       for (std::uint64_t e = 0; e < ports; ++e)
         z.push_back(read_scalar_model(tokens_));
-      SMatrixModel model = grammar_.has_port_data_names
-                               ? SMatrixModel(ports, from, to, port_data_names_)
-                               : SMatrixModel(ports, from, to);
+      SMatrixModel model(ports, from, to, port_data_names_);
       model.S() = std::move(s);
       model.Zref() = std::move(z);
       for (const PortDataName& expected : port_data_names_) {
         expect_port_data_name(expected, "unexpected port data name when parsing the models: ");
         model.set(expected, read_scalar_model(tokens_).get());
       }
-      if (propagation_constant_) {
-        tokens_.expect(kvx::kPropagationConstant);
-        for (std::size_t i = 0; i < ports; ++i)
-          read_scalar_model(tokens_);
-      }
+      if (propagation_constant_) tokens_.expect(kvx::kPropagationConstant);
       if (!tokens_.failed()) container.add(std::move(model));
     }
   }

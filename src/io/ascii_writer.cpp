@@ -250,29 +250,28 @@ void AsciiWriter::container(const SMatrixContainer& c) {
   }
 }
 
-}  // namespace
-
-void format_ascii(const SMatrixContainer& container, OutputBuffer& out, int precision) {
+// Writes with `write`, then hands the staged text to out, also when `write` fails: what was
+// written before a failure stays written, as it would on a stream.
+template <class Write>
+void format(OutputBuffer& out, int precision, Write write) {
   AsciiWriter writer(out, precision);
   try {
-    writer.container(container);
+    write(writer);
   } catch (...) {
-    // What was written before the failure stays written, as it would on a stream.
     writer.finish();
     throw;
   }
   writer.finish();
 }
 
+}  // namespace
+
+void format_ascii(const SMatrixContainer& container, OutputBuffer& out, int precision) {
+  format(out, precision, [&](AsciiWriter& writer) { writer.container(container); });
+}
+
 void format_scalar_model(const ScalarModel& model, OutputBuffer& out, int precision) {
-  AsciiWriter writer(out, precision);
-  try {
-    writer.scalar_model(model);
-  } catch (...) {
-    writer.finish();
-    throw;
-  }
-  writer.finish();
+  format(out, precision, [&](AsciiWriter& writer) { writer.scalar_model(model); });
 }
 
 }  // namespace detail

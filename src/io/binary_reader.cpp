@@ -12,6 +12,22 @@
 #include "io/keywords.hpp"
 #include "io/path.hpp"
 
+// The layout of a binary kvx-file, version 2.3, in the writer's byte order; a count is an i32
+// (negative refused), a string a count and its bytes, a complex two f64:
+//
+//   "BINARYKORVANTIX"  i32 major, minor, patch  i32 0x11223344 (byte-order marker)
+//   count ports, string name per port
+//   count, (string name, i32 index) per port-data name        2.3 only
+//   count, (string key, string value) per global property
+//   per port: count, (string key, string value) per property
+//   count, (string, i32) per port model                        2.2 only, read and dropped
+//   count samples, per sample: f64 frequency, count N*N, complexes S (row-major),
+//     count N, complexes Zref, one complex per port-data name
+//   count models, per model: f64 from, f64 to, N*N + N scalar models (S, then Zref), one
+//     scalar model per port-data name; a scalar model is an i32 type code and its body
+//
+// The reader below has one function per section, in this order.
+
 namespace korvantix {
 namespace detail {
 namespace {
@@ -68,10 +84,7 @@ class BinaryReader {
     read_endianness_marker(cursor_);
     read_ports();
     if (grammar_.has_port_data_names) read_port_data_names();
-    container = grammar_.has_port_data_names ? SMatrixContainer(nb_ports_, port_data_names_)
-                                             : SMatrixContainer(nb_ports_);
-    for (std::size_t i = 0; i < nb_ports_; ++i)
-      container.name(i) = std::move(port_names_[i]);
+    container = header_container(port_names_, port_data_names_);
     read_global_properties(container);
     read_port_properties(container);
     if (grammar_.has_port_models) read_port_models();
@@ -146,8 +159,7 @@ class BinaryReader {
       // sample gets them straight from the file) and is made once the file has shown room
       // for its matrix.
       if (!blank) {
-        blank = grammar_.has_port_data_names ? SMatrixSample(ports, 0.0, port_data_names_)
-                                             : SMatrixSample(ports, 0.0);
+        blank = SMatrixSample(ports, 0.0, port_data_names_);
         blank->S() = {};
         blank->Zref() = {};
       }
@@ -179,9 +191,7 @@ class BinaryReader {
       std::vector<SMatrixModel::ScalarModelPtr> z;
       for (std::uint64_t e = 0; e < ports; ++e)
         z.push_back(read_scalar_model(cursor_));
-      SMatrixModel model = grammar_.has_port_data_names
-                               ? SMatrixModel(ports, from, to, port_data_names_)
-                               : SMatrixModel(ports, from, to);
+      SMatrixModel model(ports, from, to, port_data_names_);
       model.S() = std::move(s);
       model.Zref() = std::move(z);
       for (const PortDataName& name : port_data_names_) {

@@ -3,10 +3,19 @@
 #include <korvantix/version.hpp>
 
 #include <stdexcept>
+#include <utility>
 
 #include "detail/message.hpp"
 
 namespace korvantix::detail {
+
+SMatrixContainer header_container(std::vector<std::string>& port_names,
+                                  const std::vector<PortDataName>& port_data_names) {
+  SMatrixContainer container(port_names.size(), port_data_names);
+  for (std::size_t i = 0; i < port_names.size(); ++i)
+    container.name(i) = std::move(port_names[i]);
+  return container;
+}
 
 FormatVersion written_format_version() {
   const int major = major_version();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <korvantix/container.hpp>
 #include <korvantix/scalar.hpp>
 
 #include <complex>
@@ -24,6 +25,11 @@ struct Grammar {
 constexpr Grammar kGrammar20{false, false};
 constexpr Grammar kGrammar22{false, true};
 constexpr Grammar kGrammar23{true, false};
+
+/// The container a file's header describes: its ports, named, and its port-data names (none
+/// before version 2.3). The names are moved out of port_names.
+SMatrixContainer header_container(std::vector<std::string>& port_names,
+                                  const std::vector<PortDataName>& port_data_names);
 
 /// A format version as the writers store it.
 struct FormatVersion {

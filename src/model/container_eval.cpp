@@ -65,7 +65,7 @@ using detail::SampleCursor;
 using detail::SampleSet;
 using detail::StoredSample;
 
-// The walk a cursor may take before a search from the root is cheaper.
+// The steps a cursor may take forward before a search from the root is cheaper.
 constexpr int kCursorSteps = 8;
 
 // samples.lower_bound(f), starting from the cursor when it has one at or below f.
