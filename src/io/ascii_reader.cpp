@@ -9,7 +9,6 @@
 #include "detail/message.hpp"
 #include "io/grammar.hpp"
 #include "io/keywords.hpp"
-#include "io/path.hpp"
 
 // The layout of an ASCII kvx-file, version 2.3 (whitespace between tokens is free; texts are
 // written <in angle brackets>, nested brackets balanced):
@@ -365,19 +364,5 @@ void parse_port_names_ascii(Window window, std::vector<std::string>& names) {
 }
 
 }  // namespace detail
-
-bool is_ascii(const char* path) {
-  return detail::has_ascii_magic(detail::load_head(path, detail::kvx::kMagicSize));
-}
-
-void read_ascii(SMatrixContainer& container, const char* path) {
-  detail::FileSource source(path);
-  detail::parse_ascii(detail::Window(source, source.size_hint()), container);
-}
-
-void readPortNames_ascii(std::vector<std::string>& names, const char* path) {
-  detail::FileSource source(path);
-  detail::parse_port_names_ascii(detail::Window(source, source.size_hint()), names);
-}
 
 }  // namespace korvantix

@@ -10,7 +10,6 @@
 #include "detail/message.hpp"
 #include "io/grammar.hpp"
 #include "io/keywords.hpp"
-#include "io/path.hpp"
 
 // The layout of a binary kvx-file, version 2.3, in the writer's byte order; a count is an i32
 // (negative refused), a string a count and its bytes, a complex two f64:
@@ -291,19 +290,5 @@ void parse_port_names_binary(Window window, std::vector<std::string>& names) {
 }
 
 }  // namespace detail
-
-bool is_binary(const char* path) {
-  return detail::has_binary_magic(detail::load_head(path, detail::kvx::kMagicSize));
-}
-
-void read_binary(SMatrixContainer& container, const char* path) {
-  detail::FileSource source(path);
-  detail::parse_binary(detail::Window(source, source.size_hint()), container);
-}
-
-void readPortNames_binary(std::vector<std::string>& names, const char* path) {
-  detail::FileSource source(path);
-  detail::parse_port_names_binary(detail::Window(source, source.size_hint()), names);
-}
 
 }  // namespace korvantix

@@ -14,31 +14,71 @@
 
 namespace korvantix {
 
-// The file is opened once and its magic read through the window that the reader then goes on
-// with, so a pipe is read once and the format cannot change between the test and the read.
-// The two magics differ in their first byte, so the order of the tests does not matter.
-
 namespace {
 
+// Parses the file at path through a window over it, the file opened once.
+template <class Parse>
+void parse_file(const char* path, Parse&& parse) {
+  detail::FileSource source(path);
+  parse(detail::Window(source, source.size_hint()));
+}
+
+// The magic is read through the window that the reader then goes on with, so a pipe is read
+// once and the format cannot change between the test and the read. The two magics differ in
+// their first byte, so the order of the tests does not matter.
 template <class Binary, class Ascii>
 void read_either(const char* path, Binary&& binary, Ascii&& ascii) {
-  detail::FileSource source(path);
-  detail::Window window(source, source.size_hint());
-  const std::string_view head = window.peek(detail::kvx::kMagicSize);
-  if (detail::has_binary_magic(head)) {
-    binary(std::move(window));
-  } else if (detail::has_ascii_magic(head)) {
-    ascii(std::move(window));
-  } else {
-    throw std::runtime_error("unknown korvantix file format");
-  }
+  parse_file(path, [&](detail::Window window) {
+    const std::string_view head = window.peek(detail::kvx::kMagicSize);
+    if (detail::has_binary_magic(head)) {
+      binary(std::move(window));
+    } else if (detail::has_ascii_magic(head)) {
+      ascii(std::move(window));
+    } else {
+      throw std::runtime_error("unknown korvantix file format");
+    }
+  });
+}
+
+std::string head(const char* path) {
+  return detail::load_head(path, detail::kvx::kMagicSize);
 }
 
 }  // namespace
 
+bool is_ascii(const char* path) {
+  return detail::has_ascii_magic(head(path));
+}
+
+bool is_binary(const char* path) {
+  return detail::has_binary_magic(head(path));
+}
+
+void read_ascii(SMatrixContainer& container, const char* path) {
+  parse_file(path,
+             [&](detail::Window window) { detail::parse_ascii(std::move(window), container); });
+}
+
+void read_binary(SMatrixContainer& container, const char* path) {
+  parse_file(path,
+             [&](detail::Window window) { detail::parse_binary(std::move(window), container); });
+}
+
+void readPortNames_ascii(std::vector<std::string>& names, const char* path) {
+  parse_file(path, [&](detail::Window window) {
+    detail::parse_port_names_ascii(std::move(window), names);
+  });
+}
+
+void readPortNames_binary(std::vector<std::string>& names, const char* path) {
+  parse_file(path, [&](detail::Window window) {
+    detail::parse_port_names_binary(std::move(window), names);
+  });
+}
+
 bool can_read(const char* path) {
-  const std::string head = detail::load_head(path, detail::kvx::kMagicSize);
-  return detail::has_ascii_magic(head) || detail::has_binary_magic(head);
+  const std::string magic = head(path);
+  return detail::has_ascii_magic(magic) || detail::has_binary_magic(magic);
 }
 
 void read(SMatrixContainer& container, const char* path) {
