@@ -58,16 +58,8 @@ std::unique_ptr<korvantix::ScalarModel> without_values(const korvantix::ScalarMo
 
 // The container with the values of transforming tables blanked out.
 SMatrixContainer comparable(const SMatrixContainer& c) {
-  SMatrixContainer out(c.nbPorts(), c.port_data_names());
-  for (std::size_t i = 0; i < c.nbPorts(); ++i) {
-    out.name(i) = c.name(i);
-    for (const auto& [key, value] : c.get_port_properties(i))
-      out.add_port_property(i, key, value);
-  }
-  for (const auto& [key, value] : c.get_global_properties())
-    out.add_global_property(key, value);
-  for (auto s = c.begin_samples(); s != c.end_samples(); ++s)
-    out.add(*s);
+  SMatrixContainer out = c;
+  out.clear_models();
   for (auto m = c.begin_models(); m != c.end_models(); ++m) {
     korvantix::SMatrixModel model(*m);
     for (auto* list : {&model.S(), &model.Zref()}) {
