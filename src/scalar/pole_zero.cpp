@@ -39,6 +39,19 @@ ScalarModel::Type PoleZeroModel::type() const {
 
 namespace {
 
+// The sum over the poles of r / (s - p)^power at s = j w, power 2 or 3: the derivatives' terms.
+std::complex<double> residue_sum(const std::vector<std::complex<double>>& poles,
+                                 const std::vector<std::complex<double>>& residues, double w,
+                                 int power) {
+  const std::complex<double> s(0.0, w);
+  std::complex<double> sum;
+  for (std::size_t k = 0; k < poles.size(); ++k) {
+    const std::complex<double> x = s - poles[k];
+    sum += detail::divide(residues[k], power == 2 ? x * x : x * x * x);
+  }
+  return sum;
+}
+
 // Adds r / (s_i - p) to (re[i], im[i]) for s_i = j w[i], with the bits of detail::divide. With
 // tame operands the division is Smith's formula, written here without branches (both
 // orientations share one ratio, one denominator and the products a*ratio and b*ratio; selects
@@ -129,25 +142,14 @@ std::complex<double> PoleZeroModel::evaluate(double freq) const {
 std::complex<double> PoleZeroModel::evaluate_derivative(double freq) const {
   detail::check_residues(poles_, residues_);
   const double c = detail::kTwoPi / scale_;
-  const std::complex<double> s(0.0, freq * c);
-  std::complex<double> sum;
-  for (std::size_t k = 0; k < poles_.size(); ++k) {
-    const std::complex<double> x = s - poles_[k];
-    sum += detail::divide(residues_[k], x * x);
-  }
-  return std::complex<double>(0.0, c) * (linearFactor_ - sum);
+  return std::complex<double>(0.0, c) *
+         (linearFactor_ - residue_sum(poles_, residues_, freq * c, 2));
 }
 
 std::complex<double> PoleZeroModel::evaluate_derivative_2(double freq) const {
   detail::check_residues(poles_, residues_);
   const double c = detail::kTwoPi / scale_;
-  const std::complex<double> s(0.0, freq * c);
-  std::complex<double> sum;
-  for (std::size_t k = 0; k < poles_.size(); ++k) {
-    const std::complex<double> x = s - poles_[k];
-    sum += detail::divide(residues_[k], x * x * x);
-  }
-  return -2.0 * c * c * sum;
+  return -2.0 * c * c * residue_sum(poles_, residues_, freq * c, 3);
 }
 
 }  // namespace korvantix
