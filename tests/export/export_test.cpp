@@ -31,15 +31,18 @@ constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 // Entry (i, j) of the k-th sample is (30 k + N i + j + 1) + (i + 1)i: every entry differs, and
-// real and imaginary parts differ. Ports p1, p2...
+// real and imaginary parts differ; the port data named m-th is k + m i. Ports p1, p2...
 SMatrixContainer numbered(const std::vector<double>& z,
-                          std::vector<double> frequencies = {1e9, 2e9}) {
+                          std::vector<double> frequencies = {1e9, 2e9},
+                          const std::vector<PortDataName>& names = {}) {
   const std::size_t n = z.size();
-  SMatrixContainer c(n);
+  SMatrixContainer c(n, names);
   for (std::size_t i = 0; i < n; ++i)
     c.name(i) = "p" + std::to_string(i + 1);
   for (std::size_t k = 0; k < frequencies.size(); ++k) {
-    SMatrixSample s(n, frequencies[k]);
+    SMatrixSample s(n, frequencies[k], names);
+    for (std::size_t m = 0; m < names.size(); ++m)
+      s.set(names[m], C(static_cast<double>(k), static_cast<double>(m)));
     for (std::size_t i = 0; i < n; ++i) {
       s.Zref(i) = z[i];
       for (std::size_t j = 0; j < n; ++j)
@@ -165,9 +168,6 @@ TEST_F(Export, TouchstoneLayouts) {
 ~2e9 ~31 ~1 ~33 ~2 ~32 ~1 ~34 ~2
 [End]
 )"},
-      {one, 2, {}, R"([Version] 2.0;# Hz S RI R 50.5;[Number of Ports] 1;[Number of Frequencies] 2
-[Network Data];! Port[1] p1;~1e9 ~1 ~1;~2e9 ~31 ~1;[End]
-)"},
       // The resampled data replace the samples.
       {one, 2, {2e9}, R"([Version] 2.0;# Hz S RI R 50.5;[Number of Ports] 1
 [Number of Frequencies] 1;[Network Data];! Port[1] p1;~2e9 ~31 ~1;[End]
@@ -234,46 +234,24 @@ TEST_F(Export, CtimeForm) {
   EXPECT_EQ(text, "Thu Jan  1 00:00:00 1970\nTue Nov 14 22:13:20 2023\nTue Feb 29 00:00:00 2000\n");
 }
 
-// Two ports, three samples; every value has a short exact decimal form but 0.1, which needs all
-// 17 digits.
-SMatrixContainer citi_container() {
-  const std::vector<PortDataName> names{{"Zpi", 1}, {"Gamma", 0}};
-  SMatrixContainer c(2, names);
-  c.name(0) = "in";
-  c.name(1) = "out";
-  for (int k = 0; k < 3; ++k) {
-    SMatrixSample s(2, 1e9 + k * 0.5e9, names);
-    for (std::size_t i = 0; i < 2; ++i) {
-      for (std::size_t j = 0; j < 2; ++j)
-        s(i, j) = C(k + 0.25 * static_cast<double>(i * 2 + j), j == 0 ? 0.0 : -0.5);
-    }
-    s.Zref(0) = 50;
-    s.Zref(1) = C(75, -1.5);
-    s.set({"Gamma", 0}, C(0.125 * k, 1));
-    s.set({"Zpi", 1}, C(1024, 0.1));
-    c.add(s);
-  }
-  return c;
-}
-
+// 0.1 needs all 17 digits; port data are written in name order.
 const char* const kCiti = R"(CITIFILE A.01.01;
 # Written by KORVANTIX : 2 11 3;# Date : Tue Nov 14 22:13:20 2023;
 NAME DATA;
-#qorex Port[1] in;#qorex Port[2] out;
+#qorex Port[1] p1;#qorex Port[2] p2;
 VAR freq MAG 3;
 DATA S[1,1] RI;DATA S[1,2] RI;DATA S[2,1] RI;DATA S[2,2] RI;DATA PORTZ[1] RI;DATA PORTZ[2] RI
 DATA Gamma[0] RI;DATA Zpi[1] RI;
 VAR_LIST_BEGIN;1000000000;1500000000;2000000000;VAR_LIST_END;
-BEGIN;0, 0;1, 0;2, 0;END;BEGIN;0.25, -0.5;1.25, -0.5;2.25, -0.5;END
-BEGIN;0.5, 0;1.5, 0;2.5, 0;END;BEGIN;0.75, -0.5;1.75, -0.5;2.75, -0.5;END
-BEGIN;50, 0;50, 0;50, 0;END;BEGIN;75, -1.5;75, -1.5;75, -1.5;END
-BEGIN;0, 1;0.125, 1;0.25, 1;END
-BEGIN;1024, 0.10000000000000001;1024, 0.10000000000000001;1024, 0.10000000000000001;END
+BEGIN;1, 1;31, 1;61, 1;END;BEGIN;2, 1;32, 1;62, 1;END;BEGIN;3, 2;33, 2;63, 2;END
+BEGIN;4, 2;34, 2;64, 2;END;BEGIN;50, 0;50, 0;50, 0;END
+BEGIN;0.10000000000000001, 0;0.10000000000000001, 0;0.10000000000000001, 0;END
+BEGIN;0, 1;1, 1;2, 1;END;BEGIN;0, 0;1, 0;2, 0;END
 )";
 
 // Every way to a CITIfile of the stored samples (or of the same frequencies) at 17 digits.
 TEST_F(Export, CitifileThroughEveryEntryPoint) {
-  const SMatrixContainer c = citi_container();
+  const SMatrixContainer c = numbered({50, 0.1}, {1e9, 1.5e9, 2e9}, {{"Zpi", 1}, {"Gamma", 0}});
   // 1e9 (1 + 1e-9) lies within the tolerance of the element before it.
   const std::vector<double> close{1e9, 1e9 * (1 + 1e-9), 1.5e9, 2e9};
   const std::function<void()> ways[] = {
