@@ -159,42 +159,37 @@ TEST_F(Kvx, ConvertExportsAsTheLibraryWrites) {
 TEST_F(Kvx, ResampleFollowsThePlanOrThinsOnAPlainGrid) {
   const SMatrixContainer bandpass = load(kData + "/bandpass.kvx");
   const SMatrixContainer model = load(kData + "/bandpass_model.kvx");
-  struct Case {
-    std::string args;
-    const SMatrixContainer& source;
-    std::vector<double> frequencies;
-    InterpolationType interpolation;
-    std::string note;
-  };
   std::vector<double> thin;  // 2 to 3 GHz holds 201 stored frequencies
   for (int k = 0; k <= 10; ++k)
     thin.push_back(2e9 + k * 1e9 / 10);
-  const std::vector<Case> cases{
-      {"@bandpass.kvx out.kvx --points 801", bandpass, bandpass.sample_frequencies(801, Linear),
-       MAG_PHASE, ""},
-      {"@bandpass.kvx out.kvx --points 11 --from 2GHz --to 3000MHz --interpolation real-imag",
-       bandpass, thin, REAL_IMAG,
+  // kvx arguments (from the model when it reads it), the frequencies and the note expected.
+  const std::vector<std::tuple<std::string, std::vector<double>, std::string>> cases{
+      {"@bandpass.kvx out.kvx --points 801", bandpass.sample_frequencies(801, Linear), ""},
+      {"@bandpass.kvx out.kvx --points 11 --from 2GHz --to 3000MHz --interpolation real-imag", thin,
        "kvx: note: 11 points are fewer than the 201 frequencies in the band; using a plain "
        "linear grid\n"},
-      {"@bandpass_model.kvx out.kvxb --points 50 --plan log", model,
-       model.sample_frequencies(50, Logarithmic), MAG_PHASE, ""},
-      {"@bandpass_model.kvx out.kvx --points 40 --plan adaptive", model,
-       model.sample_frequencies_adaptively(40), MAG_PHASE, ""},
+      {"@bandpass_model.kvx out.kvxb --points 50 --plan log",
+       model.sample_frequencies(50, Logarithmic), ""},
+      {"@bandpass_model.kvx out.kvx --points 40 --plan adaptive",
+       model.sample_frequencies_adaptively(40), ""},
   };
-  for (const Case& c : cases) {
-    const Result r = run("resample " + c.args);
-    ASSERT_EQ(r.status, 0) << c.args << r.err;
-    EXPECT_EQ(r.err, c.note);
+  for (const auto& [args, frequencies, note] : cases) {
+    const SMatrixContainer& source = args.find("model") != std::string::npos ? model : bandpass;
+    const InterpolationType interpolation =
+        args.find("real-imag") != std::string::npos ? REAL_IMAG : MAG_PHASE;
+    const Result r = run("resample " + args);
+    ASSERT_EQ(r.status, 0) << args << r.err;
+    EXPECT_EQ(r.err, note);
     const SMatrixContainer out =
-        load(dir / (c.args.find("kvxb") != std::string::npos ? "out.kvxb" : "out.kvx"));
-    ASSERT_EQ(out.nbSamples(), c.frequencies.size()) << c.args;
+        load(dir / (args.find("kvxb") != std::string::npos ? "out.kvxb" : "out.kvx"));
+    ASSERT_EQ(out.nbSamples(), frequencies.size()) << args;
     EXPECT_EQ(out.nbModels(), 0u);
     EXPECT_EQ(out.name(1), "out");
-    EXPECT_EQ(out.get_global_properties(), c.source.get_global_properties());
-    auto f = c.frequencies.begin();
+    EXPECT_EQ(out.get_global_properties(), source.get_global_properties());
+    auto f = frequencies.begin();
     for (auto s = out.begin_samples(); s != out.end_samples(); ++s, ++f) {
-      EXPECT_DOUBLE_EQ(s->frequency(), *f) << c.args;
-      EXPECT_TRUE(*s == c.source.evaluate(s->frequency(), c.interpolation)) << c.args << ' ' << *f;
+      EXPECT_DOUBLE_EQ(s->frequency(), *f) << args;
+      EXPECT_TRUE(*s == source.evaluate(s->frequency(), interpolation)) << args << ' ' << *f;
     }
   }
 }
@@ -287,28 +282,24 @@ TEST_F(Kvx, FailuresExitWithTheirStatusAndLeaveNothingBehind) {
 }
 
 TEST_F(Kvx, PlotsAndReportAreValidSelfContainedXml) {
-  struct Case {
-    std::string args, output;
-    std::size_t curves;
-  };
-  for (const Case& c : std::vector<Case>{
-           {"plot @bandpass.kvx -o db.svg", "db.svg", 3},  // symmetric: S11, S21, S22
-           {"plot @bandpass_model.kvx -o phase.svg --phase --log-frequency --entries S21",
-            "phase.svg", 1},
-           {"plot @coupler.kvxb -o smith.svg --smith --entries S11,S31", "smith.svg", 2},
-           {"report @coupler.kvxb -o report.html", "report.html", 3 * 10}}) {
-    const Result r = run(c.args);
-    ASSERT_EQ(r.status, 0) << c.args << r.err;
-    const std::string text = slurp(dir / c.output);
+  for (const auto& [args, output, expected_curves] :
+       std::vector<std::tuple<std::string, std::string, std::size_t>>{
+           {"plot @bandpass.kvx", "db.svg", 3},  // symmetric: S11, S21, S22
+           {"plot @bandpass_model.kvx --phase --log-frequency --entries S21", "phase.svg", 1},
+           {"plot @coupler.kvxb --smith --entries S11,S31", "smith.svg", 2},
+           {"report @coupler.kvxb", "report.html", 3 * 10}}) {
+    const Result r = run(args + " -o " + output);
+    ASSERT_EQ(r.status, 0) << args << r.err;
+    const std::string text = slurp(dir / output);
     std::size_t curves = 0;
     for (auto at = text.find("<polyline"); at != std::string::npos;
          at = text.find("<polyline", at + 1))
       ++curves;
-    EXPECT_EQ(curves, c.curves) << c.args;
-    EXPECT_EQ(text.find("href"), std::string::npos) << "external reference in " << c.output;
+    EXPECT_EQ(curves, expected_curves) << args;
+    EXPECT_EQ(text.find("href"), std::string::npos) << "external reference in " << output;
     if (fs::exists("/usr/bin/xmllint")) {
-      EXPECT_EQ(std::system(("/usr/bin/xmllint --noout " + (dir / c.output).string()).c_str()), 0)
-          << c.output;
+      EXPECT_EQ(std::system(("/usr/bin/xmllint --noout " + (dir / output).string()).c_str()), 0)
+          << output;
     }
   }
 }
