@@ -120,14 +120,16 @@ void all_agree(const std::string& list, T sentinel) {
 // fifteen finite texts at the usual precisions must read back as the stream reads it.
 TEST(NumberText, WritersMatchPrintfAndReadBackAsTheStreamDoes) {
   std::vector<double> few;
-  for (const char* text : {"4.9e-324", "-1.7976931348623157e308", "1e300", "0.1", "-0", "-nan",
-                           "inf", "0.3333333333333333", "-2.5e-7", "1.5", "0", "nan", "-inf"})
-    few.push_back(std::strtod(text, nullptr));
+  std::istringstream texts(
+      "4.9e-324 -1.7976931348623157e308 2.2250738585072014e-308 1e300 0.1 -0 -nan inf 1.5 0 nan "
+      "-inf 0.3333333333333333 -2.5e-7 1.5e-7 2.5 3.5 9.5 0.95 0.75 99999.5 1234.5 50 1e9 2.5e9 "
+      "1e-5 1e-4 123456 1234567");
+  for (std::string text; texts >> text;)
+    few.push_back(std::strtod(text.c_str(), nullptr));
   const std::vector<double> values = varied_doubles(kComparisonCount, few);
   const std::pair<void (*)(std::string&, double, int), const char*> forms[] = {
       {append_scientific, "%.*e"}, {append_general, "%.*g"}, {append_general_upper, "%.*G"}};
-  std::string ours;
-  std::string expected;
+  std::string ours, expected;
   std::size_t n = 0;
   for (const int precision : {0, 1, 6, 16, 17, -1, -7, kMaxDirectPrecision - 1, kMaxDirectPrecision,
                               kMaxDirectPrecision + 1, 1500, 5000}) {
