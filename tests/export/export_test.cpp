@@ -76,7 +76,6 @@ class Export : public ::testing::Test {
   void SetUp() override {
     ::setenv("TZ", "UTC", 1);
     ::tzset();
-    std::remove(path.c_str());
   }
 
   std::string read() const {
@@ -84,9 +83,11 @@ class Export : public ::testing::Test {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   }
 
-  // The text `write` leaves at `path`; a date stamp of the clock at the time of writing is
-  // replaced by the fixed date, so that every entry point compares with one expected file.
+  // The text `write` leaves at `path` (which it must create); a date stamp of the clock at the
+  // time of writing is replaced by the fixed date, so that every entry point compares with one
+  // expected file.
   std::string written(const std::function<void()>& write) const {
+    std::remove(p);
     std::string before, after;
     detail::append_ctime(before, std::time(nullptr));
     write();
