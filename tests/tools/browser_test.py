@@ -18,7 +18,7 @@ CHROMIUM = "/usr/bin/chromium"
 
 
 def decode_png(path):
-    """(width, height, rows of (r, g, b) tuples) of an 8-bit RGB or RGBA PNG."""
+    """The rows of (r, g, b) tuples of an 8-bit RGB or RGBA PNG."""
     data = open(path, "rb").read()
     assert data[:8] == b"\x89PNG\r\n\x1a\n", "not a PNG"
     pos, idat = 8, b""
@@ -48,7 +48,7 @@ def decode_png(path):
                 line[x] = (line[x] + (a if pa <= pb and pa <= pc else b if pb <= pc else c)) & 255
         rows.append([tuple(line[i:i + 3]) for i in range(0, stride, bpp)])
         prev = line
-    return width, height, rows
+    return rows
 
 
 def coloured(rows, x0, y0, x1, y1):
@@ -73,21 +73,20 @@ def main():
     kvx, data, work = sys.argv[1:4]
     os.makedirs(work, exist_ok=True)
     failures = []
-    # (name, kvx arguments, window size, plot-area box, least coloured pixels)
-    cases = [
-        ("magnitude", ["plot", f"{data}/bandpass.kvx", "--db"], "900,520", (80, 54, 648, 458), 300),
-        ("phase", ["plot", f"{data}/bandpass_model.kvx", "--phase", "--log-frequency"], "900,520",
-         (80, 54, 648, 458), 300),
-        ("smith", ["plot", f"{data}/coupler.kvxb", "--smith", "--entries", "S11,S21,S31,S41"],
-         "900,520", (160, 60, 560, 460), 300),
-        ("report", ["report", f"{data}/coupler.kvxb"], "1000,2400", (0, 0, 1000, 2400), 3000),
-    ]
-    for name, arguments, size, box, least in cases:
-        output = os.path.join(work, name + (".html" if arguments[0] == "report" else ".svg"))
+    plot = ("900,520", (80, 54, 648, 458), 300)  # window size, plot-area box, least coloured pixels
+    cases = {  # name: kvx arguments, then how to look at the picture
+        "magnitude": (["plot", f"{data}/bandpass.kvx", "--db"], plot),
+        "phase": (["plot", f"{data}/bandpass_model.kvx", "--phase", "--log-frequency"], plot),
+        "smith": (["plot", f"{data}/coupler.kvxb", "--smith", "--entries", "S11,S21,S31,S41"],
+                  ("900,520", (160, 60, 560, 460), 300)),
+        "report": (["report", f"{data}/coupler.kvxb"], ("1000,2400", (0, 0, 1000, 2400), 3000)),
+    }
+    for name, (arguments, (size, box, least)) in cases.items():
+        output = os.path.join(work, name + (".html" if name == "report" else ".svg"))
         subprocess.run([kvx] + arguments + ["-o", output], check=True)
         png = os.path.join(work, name + ".png")
         screenshot(output, png, size)
-        _, _, rows = decode_png(png)
+        rows = decode_png(png)
         count = coloured(rows, *box)
         print(f"{name}: {count} coloured pixels in the plot area ({png})")
         if count < least:
