@@ -52,38 +52,30 @@ TEST(Touchstone, GoldenFiles) {
             std::make_tuple(C(3, 4), C(50, -1), C(5, 6), C(46, 2)));
 }
 
+// One case a line: file name | text | frequency and Zref(0) of the last sample | its S as real and
+// imaginary parts. The defaults are GHz S MA R 50; the Z of a shunt resistor r = 2 (normalised)
+// gives S11 = -1 / (1 + 2r), S21 = 2r / (1 + 2r); y = 1/R is matched.
 TEST(Touchstone, OptionsAndLayouts) {
-  const std::tuple<const char*, const char*, std::vector<C>, double, double> cases[] = {
-      // Defaults GHz S MA R 50, data without option line.
-      {"a.S1P", "1 2 90\n", {{0, 2}}, 1e9, 50},
-      {"a.s1p", "# khz db S\n1 20 180\n", {{-10, 0}}, 1e3, 50},
-      {"a.s1p", "#MHz RI y R 25\n2 1 0\n", {{0, 0}}, 2e6, 25},  // y = 1/R matched
-      // Z of a shunt resistor r = 2 (normalised): S11 = -1 / (1 + 2r), S21 = 2r / (1 + 2r).
-      {"a.s2p", "# Hz Z RI\n1 2 0 2 0 2 0 2 0\n", {-0.2, 0.8, 0.8, -0.2}, 1, 50},
-      {"a.s2p",
-       "[Version] 2.0\n# Hz S RI\n[Number of Ports] 2\n[Two-Port Data Order] 12_21\n"
-       "[Network Data]\n1 1 0 2 0 3 0 4 0\n",
-       {1, 2, 3, 4},
-       1,
-       50},
-      {"x.ts",
-       "[version] 2.0\n# Hz S RI R 75\n[number of ports] 2\n[Matrix Format] lower\n"
-       "[network data]\n1 1 0 2 0\n 3 0\n[Noise Data]\n1 1 1 0 1\n[end]\n",
-       {1, 2, 2, 3},
-       1,
-       75},
-      {"a.s3p",
-       "# Hz S RI\n1 1 0 2 0 3 0 4 0\n5 0 6 0 7 0 8 0 9 0\n",
-       {1, 2, 3, 4, 5, 6, 7, 8, 9},
-       1,
-       50}};
-  for (const auto& [name, text, s, frequency, zref] : cases) {
-    SCOPED_TRACE(text);
+  for (const auto& row : testing_import::rows(R"(
+a.S1P | 1 2 90\n | 1e9 50 | 0 2
+a.s1p | # khz db S\n1 20 180\n | 1e3 50 | -10 0
+a.s1p | #MHz RI y R 25\n2 1 0\n | 2e6 25 | 0 0
+a.s2p | # Hz Z RI\n1 2 0 2 0 2 0 2 0\n | 1 50 | -0.2 0 0.8 0 0.8 0 -0.2 0
+a.s2p | [Version] 2.0\n# Hz S RI\n[Number of Ports] 2\n[Two-Port Data Order] 12_21\n[Network Data]\n1 1 0 2 0 3 0 4 0\n | 1 50 | 1 0 2 0 3 0 4 0
+x.ts | [version] 2.0\n# Hz S RI R 75\n[number of ports] 2\n[Matrix Format] lower\n[network data]\n1 1 0 2 0\n 3 0\n[Noise Data]\n1 1 1 0 1\n[end]\n | 1 75 | 1 0 2 0 2 0 3 0
+a.s3p | # Hz S RI\n1 1 0 2 0 3 0 4 0\n5 0 6 0 7 0 8 0 9 0\n | 1 50 | 1 0 2 0 3 0 4 0 5 0 6 0 7 0 8 0 9 0)")) {
+    SCOPED_TRACE(row[1]);
+    std::istringstream at(row[2]), values(row[3]);
+    double f = 0, zref = 0;
+    at >> f >> zref;
+    std::vector<C> s;
+    for (double re, im; values >> re >> im;)
+      s.emplace_back(re, im);
     SMatrixContainer c;
-    detail::parse_touchstone(text, name, c, nullptr);
+    detail::parse_touchstone(row[1], row[0], c, nullptr);
     ASSERT_NE(c.nbSamples(), 0u);
     EXPECT_EQ(std::make_tuple(c.rbegin_samples()->frequency(), c.rbegin_samples()->Zref(0)),
-              std::make_tuple(frequency, C(zref)));
+              std::make_tuple(f, C(zref)));
     expect_near(c.rbegin_samples()->S(), s);
   }
 }
