@@ -20,24 +20,21 @@ namespace {
 
 using C = std::complex<double>;
 
-inline std::string data_file(const char* name) {
+std::string data_file(const char* name) {
   return std::string(KORVANTIX_TEST_DATA_DIR) + "/" + name;
 }
 
 // Writes text to a file in the test's temporary directory, named for the test, and gives its
 // path.
-inline std::string scratch_file(const std::string& name, const std::string& text) {
-  const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
-  const std::string path = ::testing::TempDir() + "korvantix_import_" + test->name() + "_" + name;
-  std::FILE* f = std::fopen(path.c_str(), "wb");
-  EXPECT_TRUE(f && std::fwrite(text.data(), 1, text.size(), f) == text.size()) << path;
-  if (f) std::fclose(f);
+std::string scratch_file(const std::string& name, const std::string& text) {
+  const std::string path = ::testing::TempDir() + "korvantix_import_" + name;
+  std::ofstream(path, std::ios::binary) << text;
   return path;
 }
 
 // Entry-wise within 1e-14: values read in magnitude-angle or dB form, or converted.
-inline void expect_near(const std::vector<std::complex<double>>& got,
-                        const std::vector<std::complex<double>>& want) {
+void expect_near(const std::vector<std::complex<double>>& got,
+                 const std::vector<std::complex<double>>& want) {
   ASSERT_EQ(got.size(), want.size());
   for (std::size_t k = 0; k < got.size(); ++k)
     EXPECT_LE(std::abs(got[k] - want[k]), 1e-14) << k << ": " << got[k] << " != " << want[k];
@@ -45,7 +42,7 @@ inline void expect_near(const std::vector<std::complex<double>>& got,
 
 // The rows of a case table: one case a line, fields separated by "|" with one blank on each
 // side trimmed, "\n" standing for a line end.
-inline std::vector<std::vector<std::string>> rows(const std::string& table) {
+std::vector<std::vector<std::string>> rows(const std::string& table) {
   std::vector<std::vector<std::string>> out;
   std::istringstream lines(table);
   for (std::string line, field; std::getline(lines, line);) {
@@ -97,27 +94,19 @@ TEST(TextLines, AnEndlessLineIsRefused) {
                    "zero.s2p:1: expected a line of at most 67108864 bytes, found a longer one");
 }
 
-// Numbers are exact (compared with strtod's) and whole tokens.
+// Numbers are exact (the C library's strtod gives the expected values) and whole tokens.
 TEST(TextLines, TokensNumbersAndCounts) {
   EXPECT_EQ(detail::count_tokens(" a\t bb,c ,, d "), 4u);  // "bb,c" and ",," are tokens
   EXPECT_EQ(detail::count_tokens(" a\t bb,c ,, d ", true), 4u);
   EXPECT_EQ(detail::found(""), "end of line");
   EXPECT_EQ(detail::found(std::string(41, 'x')), "\"" + std::string(40, 'x') + "...\"");
-  for (const auto& row : rows(R"(
-0.10000000000000001 | 0.1
-+1.0000000000000000e+09 | 1e9
--2.2250738585072014E-308 | -2.2250738585072014e-308
-4.9406564584124654e-324 | 4.9406564584124654e-324
-1.7976931348623157e308 | 1.7976931348623157e308
-1. | 1
-.5 | 0.5
--INF | -inf
-nan | nan)")) {
+  for (const char* good :
+       {"0.10000000000000001", "+1.0000000000000000e+09", "-2.2250738585072014E-308",
+        "4.9406564584124654e-324", "1.7976931348623157e308", "1.", ".5", "-INF", "nan"}) {
     double v = 0.0;
-    const double want = std::strtod(row[1].c_str(), nullptr);
-    EXPECT_TRUE(detail::parse_number(row[0], v) &&
-                (v == want || (std::isnan(v) && std::isnan(want))))
-        << row[0];
+    const double want = std::strtod(good, nullptr);
+    EXPECT_TRUE(detail::parse_number(good, v) && (v == want || (std::isnan(v) && std::isnan(want))))
+        << good;
   }
   double v = 0.0;
   for (const char* bad : {"", "+", "++1", "+-1", "1e", "1e400", "0x10", "1,5", "1.5.", "e5"})
@@ -166,24 +155,23 @@ TEST(Touchstone, GoldenFiles) {
             std::make_tuple(C(3, 4), C(50, -1), C(5, 6), C(46, 2)));
 }
 
-// One case a line: file name | text | frequency and Zref(0) of the last sample | its S as real and
-// imaginary parts. The defaults are GHz S MA R 50; the Z of a shunt resistor r = 2 (normalised)
+// One case a line: file name | text | frequency, Zref(0) and S (real and imaginary parts) of the
+// last sample. The defaults are GHz S MA R 50; the Z of a shunt resistor r = 2 (normalised)
 // gives S11 = -1 / (1 + 2r), S21 = 2r / (1 + 2r); y = 1/R is matched.
 TEST(Touchstone, OptionsAndLayouts) {
   for (const auto& row : rows(R"(
-a.S1P | 1 2 90\n | 1e9 50 | 0 2
-a.s1p | # khz db S\n1 20 180\n | 1e3 50 | -10 0
-a.s1p | #MHz RI y R 25\n2 1 0\n | 2e6 25 | 0 0
-a.s2p | # Hz Z RI\n1 2 0 2 0 2 0 2 0\n | 1 50 | -0.2 0 0.8 0 0.8 0 -0.2 0
-a.s2p | [Version] 2.0\n# Hz S RI\n[Number of Ports] 2\n[Two-Port Data Order] 12_21\n[Network Data]\n1 1 0 2 0 3 0 4 0\n | 1 50 | 1 0 2 0 3 0 4 0
-x.ts | [version] 2.0\n# Hz S RI R 75\n[number of ports] 2\n[Matrix Format] lower\n[network data]\n1 1 0 2 0\n 3 0\n[Noise Data]\n1 1 1 0 1\n[end]\n | 1 75 | 1 0 2 0 2 0 3 0
-a.s3p | # Hz S RI\n1 1 0 2 0 3 0 4 0\n5 0 6 0 7 0 8 0 9 0\n | 1 50 | 1 0 2 0 3 0 4 0 5 0 6 0 7 0 8 0 9 0)")) {
+a.S1P | 1 2 90\n | 1e9 50 0 2
+a.s1p | # khz db S\n1 20 180\n | 1e3 50 -10 0
+a.s1p | #MHz RI y R 25\n2 1 0\n | 2e6 25 0 0
+a.s2p | # Hz Z RI\n1 2 0 2 0 2 0 2 0\n | 1 50 -0.2 0 0.8 0 0.8 0 -0.2 0
+a.s2p | [Version] 2.0\n# Hz S RI\n[Number of Ports] 2\n[Two-Port Data Order] 12_21\n[Network Data]\n1 1 0 2 0 3 0 4 0\n | 1 50 1 0 2 0 3 0 4 0
+x.ts | [version] 2.0\n# Hz S RI R 75\n[number of ports] 2\n[Matrix Format] lower\n[network data]\n1 1 0 2 0\n 3 0\n[Noise Data]\n1 1 1 0 1\n[end]\n | 1 75 1 0 2 0 2 0 3 0
+a.s3p | # Hz S RI\n1 1 0 2 0 3 0 4 0\n5 0 6 0 7 0 8 0 9 0\n | 1 50 1 0 2 0 3 0 4 0 5 0 6 0 7 0 8 0 9 0)")) {
     SCOPED_TRACE(row[1]);
-    std::istringstream at(row[2]), values(row[3]);
-    double f = 0, zref = 0;
-    at >> f >> zref;
+    std::istringstream values(row[2]);
+    double f = 0, zref = 0, re = 0, im = 0;
     std::vector<C> s;
-    for (double re, im; values >> re >> im;)
+    for (values >> f >> zref; values >> re >> im;)
       s.emplace_back(re, im);
     SMatrixContainer c;
     detail::parse_touchstone(row[1], row[0], c, nullptr);
@@ -330,13 +318,9 @@ FOO\n | c.cti:2: expected a CITIfile keyword, found "FOO"
 // n ports with values whose shortest decimal form needs all 17 digits, extremes and signed
 // zeros; reference impedances 50 or 25 k, port data Gamma[0] and Zpi[n - 1] if asked for.
 SMatrixContainer awkward(std::size_t n, bool equal_references, bool port_data, int samples) {
-  const double specials[] = {0.1,
-                             -0.0,
-                             1.0 / 3.0,
-                             4.9406564584124654e-324,
-                             1.7976931348623157e308,
-                             -2.2250738585072014e-308,
-                             123456789.123};
+  const std::vector<double> specials({0.1, -0.0, 1.0 / 3.0, 4.9406564584124654e-324,
+                                      1.7976931348623157e308, -2.2250738585072014e-308,
+                                      123456789.123});
   std::vector<PortDataName> names;
   if (port_data) names = {{"Gamma", 0}, {"Zpi", n - 1}};
   SMatrixContainer c(n, names);
@@ -365,20 +349,15 @@ TEST(RoundTrip, EveryExportFormatReadsBackBitForBit) {
     for (std::size_t n = 1; n <= 5; ++n) {
       const SMatrixContainer written =
           awkward(n == 5 ? 4 : n, equal_references, port_data, n == 5 ? 0 : 3);
-      const std::string path = scratch_file(
-          std::to_string(n) +
-              (format == Citifile ? ".cti" : ".s" + std::to_string(written.nbPorts()) + "p"),
-          "");
+      const std::string path =
+          ::testing::TempDir() + "korvantix_read_back." +
+          (format == Citifile ? "cti" : "s" + std::to_string(written.nbPorts()) + "p");
       write(written, path.c_str(), format);
-      SMatrixContainer read, any;
-      if (format == Citifile)
-        read_cti(read, path.c_str());
-      else
-        read_touchstone(read, path.c_str());
-      read_any(any, path.c_str());
+      SMatrixContainer read;
+      read_any(read, path.c_str());
       std::remove(path.c_str());
       SCOPED_TRACE(path);
-      ASSERT_TRUE(read == written && any == read);
+      ASSERT_TRUE(read == written);
       // operator== takes -0.0 for 0.0: compare the sign bits too.
       for (auto a = read.begin_samples(), b = written.begin_samples(); a != read.end_samples();
            ++a, ++b) {
