@@ -6,9 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
-#include <string>
-
 #include "import/readers.hpp"
 
 #include "heap_counter.hpp"
@@ -23,10 +20,8 @@ std::size_t peak_of_read(const std::string& bytes, const std::string& name) {
   const std::size_t before = g_current;
   g_peak = g_current;
   try {
-    if (name == "f.cti")
-      detail::parse_citi(bytes, name, container);
-    else
-      detail::parse_touchstone(bytes, name, container, nullptr);
+    name == "f.cti" ? detail::parse_citi(bytes, name, container)
+                    : detail::parse_touchstone(bytes, name, container, nullptr);
   } catch (const std::runtime_error&) {
   }
   return g_peak - before;
@@ -59,10 +54,9 @@ TEST(ImportMemoryCeiling, DenseAndBoastfulFiles) {
       {"CITIFILE A.01.01\nVAR freq MAG 4000000000\nDATA S[60000,60000] RI\nSEG_LIST_BEGIN\n"
        "SEG 1 2 4000000000\nSEG_LIST_END\nBEGIN\n1,1\n",
        "f.cti"}};
-  for (const auto& [bytes, name] : cases) {
+  for (const auto& [bytes, name] : cases)
     EXPECT_LE(peak_of_read(bytes, name), 32 * bytes.size() + (std::size_t{1} << 20))
         << name << " of " << bytes.size() << " bytes";
-  }
   // The counting sees the reads at all.
   EXPECT_GT(peak_of_read(cases[0][0], "f.s1p"), cases[0][0].size());
 }
