@@ -113,7 +113,7 @@ TEST(TextLines, LinesTokensAndNumbers) {
 
 TEST(Touchstone, GoldenFilesAndThePublicReader) {
   // Version 1, magnitude-angle in GHz, column order 21_12 (S11, S21, S12, S22), a noise block
-  // whose Rn is normalised to R = 25; the noise list is optional and replaced, not appended to.
+  // whose Rn is normalised to R = 25; the noise list is replaced, not appended to.
   SMatrixContainer c(5);
   std::vector<NoiseParameters> noise(3);
   read_touchstone(c, data_file("touchstone_v1_noise.s2p").c_str(), noise);
@@ -374,7 +374,7 @@ binary_v22_port_models.kvx | | kvx_binary | 2.2.0)")) {
   }
 }
 
-// pugixml's progressive truncation: every prefix of a good file reads or is refused with a
+// Progressive truncation: every prefix of a good file reads or is refused with a
 // std::runtime_error, never worse.
 TEST(RoundTrip, EveryPrefixReadsOrFailsCleanly) {
   for (const char* name : {"touchstone_v1_noise.s2p", "touchstone_v2_upper_z.s3p",
