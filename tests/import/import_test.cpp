@@ -33,8 +33,7 @@ std::string scratch_file(const std::string& name, const std::string& text) {
 }
 
 // Entry-wise within 1e-14: values read in magnitude-angle or dB form, or converted.
-void expect_near(const std::vector<std::complex<double>>& got,
-                 const std::vector<std::complex<double>>& want) {
+void expect_near(const std::vector<C>& got, const std::vector<C>& want) {
   ASSERT_EQ(got.size(), want.size());
   for (std::size_t k = 0; k < got.size(); ++k)
     EXPECT_LE(std::abs(got[k] - want[k]), 1e-14) << k << ": " << got[k] << " != " << want[k];
@@ -156,7 +155,8 @@ TEST(Touchstone, GoldenFilesAndThePublicReader) {
 }
 
 // One case a line: file name | text | frequency, Zref(0) and S (real and imaginary parts) of the
-// last sample. The defaults are GHz S MA R 50; the Z of a shunt resistor r = 2 (normalised)
+// last sample. The defaults are GHz S MA R 50; the H and G rows are a through (V2 = V1,
+// I2 = -I1); the Z of a shunt resistor r = 2 (normalised)
 // gives S11 = -1 / (1 + 2r), S21 = 2r / (1 + 2r); y = 1/R is matched.
 TEST(Touchstone, OptionsAndLayouts) {
   for (const auto& row : rows(R"(
@@ -164,6 +164,8 @@ a.S1P | 1 2 90\n | 1e9 50 0 2
 a.s1p | # khz db S\n1 20 180\n | 1e3 50 -10 0
 a.s1p | #MHz RI y R 25\n2 1 0\n | 2e6 25 0 0
 a.s2p | # Hz Z RI\n1 2 0 2 0 2 0 2 0\n | 1 50 -0.2 0 0.8 0 0.8 0 -0.2 0
+a.s2p | # Hz H RI\n1 0 0 -1 0 1 0 0 0\n | 1 50 0 0 1 0 1 0 0 0
+a.s2p | # Hz G RI\n1 0 0 1 0 -1 0 0 0\n | 1 50 0 0 1 0 1 0 0 0
 a.s2p | [Version] 2.0\n# Hz S RI\n[Number of Ports] 2\n[Two-Port Data Order] 12_21\n[Network Data]\n1 1 0 2 0 3 0 4 0\n | 1 50 1 0 2 0 3 0 4 0
 x.ts | [version] 2.0\n# Hz S RI R 75\n[number of ports] 2\n[Matrix Format] lower\n[network data]\n1 1 0 2 0\n 3 0\n[Noise Data]\n1 1 1 0 1\n[end]\n | 1 75 1 0 2 0 2 0 3 0
 a.s3p | # Hz S RI\n1 1 0 2 0 3 0 4 0\n5 0 6 0 7 0 8 0 9 0\n | 1 50 1 0 2 0 3 0 4 0 5 0 6 0 7 0 8 0 9 0)")) {

@@ -2,8 +2,6 @@
 // file size plus 1 MiB on the heap, whatever counts the file claims, for the densest files
 // (the smallest sample text per sample). The global operator new of this program counts every
 // byte, so it is a test program of its own.
-#include <korvantix/container.hpp>
-
 #include <gtest/gtest.h>
 
 #include "import/readers.hpp"
