@@ -133,7 +133,7 @@ void BM_KvxConvertTouchstoneToBinary(benchmark::State& state) {
 BENCHMARK(BM_KvxConvertTouchstoneToBinary)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond)
-    ->Iterations(11);
+    ->Iterations(31);
 
 }  // namespace
 
