@@ -169,18 +169,25 @@ void set_port_names(SMatrixContainer& c, const std::vector<std::string>& names) 
 }
 
 // Seconds the C++ evaluation of the same queries takes as a C++ user would call it, into an
-// array with load_S or into samples with load: the baselines of python/bench/evaluate.py, timed
-// here so that no Python conversion is counted.
-double cpp_load_seconds(const SMatrixContainer& c, py::handle freqs_obj, bool samples) {
+// array with load_S (into `out`, a fresh array from the caller, whose memory numpy obtains as
+// it does for evaluate) or into samples with load (out None): the baselines of
+// python/bench/evaluate.py, timed here so that no Python conversion is counted.
+double cpp_load_seconds(const SMatrixContainer& c, py::handle freqs_obj, py::object out) {
   const std::vector<double> freqs = real_vector(freqs_obj, "freqs");
+  Complex* s = nullptr;
+  if (!out.is_none()) {
+    auto array = out.cast<ComplexArray>();
+    if (static_cast<std::size_t>(array.size()) != freqs.size() * c.nbPorts() * c.nbPorts())
+      throw py::value_error("out has the wrong size");
+    s = array.mutable_data();
+  }
   py::gil_scoped_release release;
   const auto start = std::chrono::steady_clock::now();
-  if (samples) {
+  if (s != nullptr) {
+    c.load_S(freqs.data(), freqs.size(), MAG_PHASE, s, 0);
+  } else {
     std::vector<SMatrixSample> result;
     c.load(freqs, result, 0);
-  } else {
-    std::vector<Complex> result(freqs.size() * c.nbPorts() * c.nbPorts());
-    c.load_S(freqs.data(), freqs.size(), MAG_PHASE, result.data(), 0);
   }
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
   return elapsed.count();
@@ -277,9 +284,9 @@ void bind_container(py::module_& m) {
       });
   m.attr("SMatrixContainer").attr("__hash__") = py::none();
   m.def("_cpp_load_seconds", &cpp_load_seconds, py::arg("container"), py::arg("freqs"),
-        py::arg("samples"),
-        "Benchmark baseline: seconds of SMatrixContainer::load (samples=True) or load_S at "
-        "freqs with MAG_PHASE, timed in C++.");
+        py::arg("out"),
+        "Benchmark baseline: seconds of SMatrixContainer::load_S into out, or of load when out "
+        "is None, at freqs with MAG_PHASE, timed in C++.");
 }
 
 }  // namespace korvantix::python
