@@ -1,4 +1,4 @@
-#include <regex>
+#include <cctype>
 
 #include "io_test_support.hpp"
 
@@ -23,10 +23,15 @@ TEST(AsciiWriter, LayoutBeyondTheGolden) {
             "\nSAMPLES 0\nMODELS 0");
   // Every value of every section and kind honours the precision.
   const std::string p2 = test::ascii_of(test::every_kind(), 2);
-  const std::regex number(R"([0-9]\.([0-9]*)e)");
+  // Each number is a digit, a point, its fraction digits and an exponent: "d.ffe...".
   std::size_t numbers = 0;
-  for (std::sregex_iterator m(p2.begin(), p2.end(), number), end; m != end; ++m, ++numbers)
-    EXPECT_EQ((*m)[1].length(), 2) << m->str();
+  for (std::size_t point = p2.find('.'); point != std::string::npos;
+       point = p2.find('.', point + 1), ++numbers) {
+    ASSERT_TRUE(point > 0 && std::isdigit(static_cast<unsigned char>(p2[point - 1]))) << point;
+    const std::size_t e = p2.find_first_not_of("0123456789", point + 1);
+    EXPECT_EQ(e - point - 1, 2u) << p2.substr(point - 1, 12);
+    EXPECT_EQ(p2[e], 'e') << p2.substr(point - 1, 12);
+  }
   EXPECT_GT(numbers, 60u);
 
   SMatrixContainer two(2);
