@@ -32,11 +32,13 @@ void prepare_heap() {
 HeapPrefault::HeapPrefault(std::size_t bytes) {
 #if defined(__GLIBC__) && defined(MADV_POPULATE_WRITE)
   // The next allocations are carved from where a fresh block lands, up to the end of the heap.
+  // Volatile, or the pair is optimised away.
   void* volatile probe = std::malloc(1);
+  if (probe == nullptr) return;
   const auto first = reinterpret_cast<std::uintptr_t>(probe) & ~std::uintptr_t(4095);
   std::free(probe);
   const auto end = reinterpret_cast<std::uintptr_t>(sbrk(0));
-  if (probe == nullptr || end == std::uintptr_t(-1) || end <= first) return;
+  if (end == std::uintptr_t(-1) || end <= first) return;
   const std::size_t length = std::min<std::size_t>(bytes, end - first) & ~std::size_t(4095);
   try {
     thread_ = std::thread(
