@@ -68,6 +68,7 @@ TEST(Distance, SamplesModelsAndEvaluatorsAgainstClosedFormsAndRefusals) {
   EXPECT_THROW_MSG(max_distance(SMatrixSample(2), SMatrixSample(3)), std::runtime_error, ports);
   EXPECT_THROW_MSG(max_distance(two, three, {}), std::runtime_error, none);
   EXPECT_THROW_MSG(distance(p, p, {}), std::runtime_error, none);
+  EXPECT_THROW_MSG(max_distance(p, p, {}), std::runtime_error, none);
 
   // a and b have samples at 1, 2 and 3 GHz; b's S(0, 2) is 1 larger at 2 GHz only, so with
   // REAL_IMAG the difference is 1 - |f - 2 GHz| / 1 GHz in S(0, 2) alone. Frequencies come in any
