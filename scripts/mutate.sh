@@ -11,21 +11,23 @@
 #   drop      an expression statement (a call, an assignment, an increment) is removed
 #   swap      the two arguments of a two-argument call change places
 #
-# Usage: scripts/mutate.sh [-n COUNT] [-s SEED] [-o LOG] [-r]
-#   defaults 150 mutants, seed 1, log build/mutate/mutants.log; -r resumes an interrupted run
-#   from its log.
+# Usage: scripts/mutate.sh [-n COUNT] [-s SEED] [-o LOG] [-f REGEX] [-r]
+#   defaults 150 mutants, seed 1, log build/mutate/mutants.log; -f draws the mutants only from
+#   files whose path matches REGEX (to measure the tests of one subsystem before and after a
+#   change to them); -r resumes an interrupted run from its log.
 # Takes about half a minute a mutant on two cores. It edits files in place and puts each back
 # before the next mutant (and on exit), so run it on a checkout you are not editing.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-count=150 seed=1 build=build/mutate log="" resume=false
-while getopts "n:s:o:r" opt; do
+count=150 seed=1 build=build/mutate log="" filter="" resume=false
+while getopts "n:s:o:f:r" opt; do
   case $opt in
     n) count=$OPTARG ;;
     s) seed=$OPTARG ;;
     o) log=$OPTARG ;;
+    f) filter=$OPTARG ;;
     r) resume=true ;;
-    *) echo "usage: scripts/mutate.sh [-n COUNT] [-s SEED] [-o LOG] [-r]" >&2; exit 2 ;;
+    *) echo "usage: scripts/mutate.sh [-n COUNT] [-s SEED] [-o LOG] [-f REGEX] [-r]" >&2; exit 2 ;;
   esac
 done
 log=${log:-$build/mutants.log}
@@ -48,10 +50,10 @@ current=""
 restore() { [ -n "$current" ] && git checkout -q -- "$current"; current=""; }
 trap 'restore; rm -f "$mutants"' EXIT
 
-/usr/bin/python3 - "$count" "$seed" >"$mutants" <<'PY'
+/usr/bin/python3 - "$count" "$seed" "$filter" >"$mutants" <<'PY'
 import pathlib, random, re, sys
 
-count, seed = int(sys.argv[1]), int(sys.argv[2])
+count, seed, only = int(sys.argv[1]), int(sys.argv[2]), re.compile(sys.argv[3])
 flips = {" < ": " <= ", " <= ": " < ", " > ": " >= ", " >= ": " > ", " == ": " != ",
          " != ": " == ", " + ": " - ", " - ": " + ", " * ": " / ", " / ": " * ",
          " && ": " || ", " || ": " && "}
@@ -67,7 +69,7 @@ def code_of(line):
     return line.split("//")[0]
 
 candidates = []
-for path in sorted(pathlib.Path("src").rglob("*.cpp")):
+for path in sorted(p for p in pathlib.Path("src").rglob("*.cpp") if only.search(str(p))):
     for number, line in enumerate(path.read_text().splitlines(), 1):
         code = code_of(line)
         if code.lstrip().startswith(("#", "*", "/*")) or not code.strip():
