@@ -59,6 +59,7 @@ TEST(Distance, SamplesModelsAndEvaluatorsAgainstClosedFormsAndRefusals) {
   const std::vector<double> freqs = {1.0, 3.0, 2.0, 3.0};
   EXPECT_DOUBLE_EQ(distance(p, q, freqs), std::sqrt((1.0 + 9.0 + 4.0 + 9.0) / 4.0));
   EXPECT_EQ(max_distance(p, q, freqs), DistanceLocation(3.0, Where(3.0, 0, 0)));
+  EXPECT_EQ(distance(p, q, {2.0}), 2.0);  // a single difference
   // Port counts and frequency lists are refused before anything is evaluated (the containers
   // are empty: any evaluation would throw "empty container"), the frequencies first.
   const SMatrixContainer two(2), three(3);

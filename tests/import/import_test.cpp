@@ -235,13 +235,14 @@ f.s1p | 1 0 0\n! Port Impedance 1 2\n2 0 0\n3 0 0\n | f.s1p:4: expected the same
 }
 
 // Segments, blocks out of the usual order and every value format: S11 RI; S12 in dB and degrees
-// (20 dB = 10); S21 magnitudes only; S22 magnitude and degrees. Port 2 has no PORTZ block.
+// (20 dB = 10); S21 magnitudes only; S22 magnitude and degrees. Port 2 has no PORTZ block. Port
+// names come with or without a word after the "#".
 TEST(Citi, SegmentsFormatsAndBlocksInAnyOrder) {
   SMatrixContainer c;
   read_cti(c, data_file("citi_segments.cti").c_str());
   EXPECT_EQ(std::make_tuple(c.nbPorts(), c.discrete_frequencies(), c.name(0), c.name(1),
                             c.port_data_names()),
-            std::make_tuple(2u, std::vector<double>{1e9, 2e9, 4e9}, "port_0", "right",
+            std::make_tuple(2u, std::vector<double>{1e9, 2e9, 4e9}, "left", "right",
                             std::vector<PortDataName>{{"Zpi", 1}}));
   const std::vector<C> s[] = {{{1, 2}, {10, 0}, {0.5, 0}, {0, 2}},
                               {{3, 4}, {0.1, 0}, {-0.5, 0}, {-2, 0}},
