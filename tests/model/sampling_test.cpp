@@ -10,7 +10,6 @@ namespace korvantix {
 namespace {
 
 using namespace testing;
-using Freqs = std::vector<double>;
 const double kMax = std::numeric_limits<double>::max();
 constexpr double kPi = 3.141592653589793;
 const auto kSeven = static_cast<SamplingType>(7), kNine = static_cast<SamplingType>(9);
