@@ -123,24 +123,15 @@ TEST(Container, PortDataMustMatchAndModelsMustNotOverlap) {
   c.add(SMatrixModel(1, 5e9, 5e9));
   const SMatrixContainer before = c;
   const std::string lower = "[1e+09 , 2e+09]", upper = "[2e+09 , 3e+09]";
+  const Names zpi{{"Zpi", 0}}, both{{"Zpi", 0}, {"Gamma", 0}};
   expect_throws({
-      {[&] {
-         plain.add(SMatrixSample(2, 1e9, {{"Zpi", 0}}));
-       },
-       sample + "Zpi[0]:  container:"},
-      {[&] {
-         named.add(SMatrixSample(2, 1e9, {{"Zpi", 0}, {"Gamma", 0}}));
-       },
+      {[&] { plain.add(SMatrixSample(2, 1e9, zpi)); }, sample + "Zpi[0]:  container:"},
+      {[&] { named.add(SMatrixSample(2, 1e9, both)); },
        sample + "Gamma[0] Zpi[0]:  container: Gamma[0] Zpi[1]"},
       // A name listed twice can never be matched by a sample, whose keys are unique.
-      {[&] {
-         twice.add(SMatrixSample(1, 1e9, {{"Zpi", 0}}));
-       },
+      {[&] { twice.add(SMatrixSample(1, 1e9, zpi)); },
        sample + "Zpi[0]:  container: Zpi[0] Zpi[0]"},
-      {[&] {
-         g.add(SMatrixModel(1, 3e9, 4e9, {{"Zpi", 0}}));
-       },
-       model + " Zpi[0]\n  container: Gamma[1]"},
+      {[&] { g.add(SMatrixModel(1, 3e9, 4e9, zpi)); }, model + " Zpi[0]\n  container: Gamma[1]"},
       // The port-data check comes before the overlap check.
       {[&] { g.add(SMatrixModel(1, 1e9, 2e9)); }, model + "\n  container: Gamma[1]"},
       // Overlaps name the lowest model overlapped.
@@ -368,23 +359,12 @@ TEST(ContainerPermute, SwapsPortsEverywhere) {
   // container can be remapped.
   SMatrixContainer far(2, {{"Zpi", 5}}), odd(2);
   odd.add(SMatrixSample(3, 1e9));
+  const Ports three{"P1", "P2", "P3"}, wrong{"P1", "P3"}, swap{"port_1", "port_0"};
   expect_throws({
-      {[&] {
-         source.permute(Ports{"P1", "P2", "P3"});
-       },
-       "expected 2 port names, found 3"},
-      {[&] {
-         source.permute(Ports{"P1", "P3"});
-       },
-       "port name list does not contain port name <P2>"},
-      {[&] {
-         far.permute(Ports{"port_1", "port_0"});
-       },
-       "port index out of bounds"},
-      {[&] {
-         odd.permute(Ports{"port_1", "port_0"});
-       },
-       "port index out of bounds"},
+      {[&] { source.permute(three); }, "expected 2 port names, found 3"},
+      {[&] { source.permute(wrong); }, "port name list does not contain port name <P2>"},
+      {[&] { far.permute(swap); }, "port index out of bounds"},
+      {[&] { odd.permute(swap); }, "port index out of bounds"},
   });
 
   // A shared name lands on one port; the last source entry wins.
@@ -405,7 +385,7 @@ TEST(ContainerEvaluator, AnswersFromTheEvaluatedList) {
     c.add(s);
   }
   const SMatrixContainer source = c;
-  const Freqs list{2.5e9, 1e9, 1.5e9, 2.5e9, 3e9};
+  const Freqs list{2.5e9, 1e9, 1.5e9, 2.5e9, 3e9}, beyond{1e9, 4e9};
   const SMatrixContainerEvaluator e(c, list, 2), empty(source, {});
   c.clear();  // the evaluator keeps its own results
   EXPECT_EQ(std::make_tuple(e.type(), e.nbPorts(), e.frequencies(), e.from(), e.to()),
@@ -433,9 +413,7 @@ TEST(ContainerEvaluator, AnswersFromTheEvaluatedList) {
                  {[&] { e(0, 2); }, "port index out of bounds"},
                  {[&] { empty.from(); }, "empty container"},
                  {[&] { empty.to(); }, "empty container"},
-                 {[&] {
-                    SMatrixContainerEvaluator(source, {1e9, 4e9});
-                  },
+                 {[&] { SMatrixContainerEvaluator(source, beyond); },
                   "4e+09 Hz does not belong to [1e+09, 3e+09] Hz"}});
 }
 

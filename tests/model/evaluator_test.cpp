@@ -50,18 +50,9 @@ TEST(Sample, PortDataLookup) {
   SMatrixSample s(2, 1e9, {{"Gamma", 0}, {"Zpi", 1}, {"Zpv", 1}, {"Zvi", 0}});
   const SMatrixSample& cs = s;
   const char* unknown = "modalParameter: unknown modalPortParameter";
-  expect_throws({{[&] {
-                    s.set({"Gamma", 1}, C(1, 2));
-                  },
-                  "Gamma[1] is not available"},
-                 {[&] {
-                    s({"Zpi", 0});
-                  },
-                  "Zpi[0] is not available"},
-                 {[&] {
-                    cs({"Zp", 1});
-                  },
-                  "Zp[1] is not available"},
+  expect_throws({{[&] { s.set(PortDataName("Gamma", 1), C(1, 2)); }, "Gamma[1] is not available"},
+                 {[&] { s(PortDataName("Zpi", 0)); }, "Zpi[0] is not available"},
+                 {[&] { cs(PortDataName("Zp", 1)); }, "Zp[1] is not available"},
                  {[&] { s.modalParameter(0, Zpi); }, "Zpi[0] is not available"},
                  {[&] { s.modalParameter(0, ModalPortParameterType(4)); }, unknown},
                  {[&] { s.modalParameter(0, ModalPortParameterType(-1)); }, unknown},
@@ -86,14 +77,8 @@ TEST(Sample, PortDataLookup) {
     for (const PortDataName& key : names)
       found.push_back(std::as_const(big)(key));
     EXPECT_EQ(found, expected) << n;
-    expect_throws({{[&] {
-                      big({"Gamma", 1});
-                    },
-                    "Gamma[1] is not available"},
-                   {[&] {
-                      big({"Zvi", 0});
-                    },
-                    "Zvi[0] is not available"}});
+    expect_throws({{[&] { big(PortDataName("Gamma", 1)); }, "Gamma[1] is not available"},
+                   {[&] { big(PortDataName("Zvi", 0)); }, "Zvi[0] is not available"}});
   }
 }
 
@@ -163,9 +148,7 @@ TEST(Model, BandChecksDefaultSlotsAndEvaluation) {
   expect_throws({
       {[] { SMatrixModel(2, 5e9, 1e9); }, "invalid frequency range [5e+09 , 1e+09]"},
       {[] { SMatrixModel(1, kNaN, 1e9); }, "invalid frequency range [nan , 1e+09]"},
-      {[] {
-         SMatrixModel(1, 0.0, kNaN, {{"Zpi", 0}});
-       },
+      {[] { SMatrixModel(1, 0.0, kNaN, Names(1, PortDataName("Zpi", 0))); },
        "invalid frequency range [0 , nan]"},
       {[&] { band.setFrequencyRange(3e9, 2.5e9); }, "invalid frequency range [3e+09 , 2.5e+09]"},
   });
@@ -227,14 +210,8 @@ TEST(Model, SetStoresClonesSymmetryComparesContent) {
   }  // p is gone; the model holds its own copies
   EXPECT_EQ((Values{m(0.5, 0, 0), m.Zref(0.5, 0)}), (Values{{7, 0}, {7, 0}}));
   const PolynomialModel q{C(1, 0)};
-  expect_throws({{[&] {
-                    m.set({"Gamma", 0}, &q);
-                  },
-                  "Gamma[0] is not available"},
-                 {[&] {
-                    m({"Zpi", 1});
-                  },
-                  "Zpi[1] is not available"}});
+  expect_throws({{[&] { m.set(PortDataName("Gamma", 0), &q); }, "Gamma[0] is not available"},
+                 {[&] { m(PortDataName("Zpi", 1)); }, "Zpi[1] is not available"}});
   EXPECT_EQ(m.port_data_names(), (Names{{"Zpi", 0}}));
 
   SMatrixModel s(2, 0.0, 1.0);
