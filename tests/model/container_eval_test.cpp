@@ -157,10 +157,8 @@ SMatrixContainer random_container(std::mt19937& rng) {
   for (int k = pick(9); k > 0; --k) {
     const double f = pick(20) ? pick(21) : pick(3) ? kInf : pick(2) ? -kInf : kNaN;
     SMatrixSample s(pick(12) ? n : 3 - n, f, names);
-    for (C& x : s.S())
-      x = value();
-    for (C& x : s.Zref())
-      x = value();
+    std::generate(s.S().begin(), s.S().end(), value);
+    std::generate(s.Zref().begin(), s.Zref().end(), value);
     s.set(names[0], value());
     try {
       c.add(s);
