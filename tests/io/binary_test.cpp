@@ -20,10 +20,8 @@ double from_bits(std::uint64_t bits) {
 }
 
 TEST(BinaryWriter, Layout) {
-  const std::string empty = binary_of(SMatrixContainer());
-  EXPECT_EQ(empty, Bytes().header(2, 3, 0).i32(0).i32(0).i32(0).i32(0).i32(0).str());
-  ASSERT_EQ(empty.size(), 51u);
-  EXPECT_EQ(empty.substr(27, 4), "\x44\x33\x22\x11");  // little-endian marker
+  EXPECT_EQ(binary_of(SMatrixContainer()),
+            Bytes().header(2, 3, 0).i32(0).i32(0).i32(0).i32(0).i32(0).str());
 
   SMatrixContainer c(1, {{"Zpi", 7}});
   c.name(0) = "p";
@@ -148,24 +146,6 @@ TEST(BinaryReader, Refusals) {
   EXPECT_EQ(c.nbModels(), 1u);
 }
 
-TEST(BinaryReader, OlderGrammars) {
-  // Version 2.0 has no port data names; 2.2 adds a dropped list of (text, int) "port models".
-  const Bytes ports = Bytes().i32(2).str("a").str("b").i32(0).i32(1).str("k").str("v").i32(0);
-  Bytes data = Bytes().i32(1).f64(1e9).i32(4).complex(C(1, 0)).complex(C(2, 0));
-  data.complex(C(3, 0)).complex(C(4, 0)).i32(2).complex(C(50, 0)).complex(C(60, 0)).i32(0);
-  const Bytes port_models = Bytes().i32(2).str("m1").i32(3).str("").i32(-1);
-  const SMatrixContainer v20 = parse(Bytes().header(2, 0, 9).raw(ports.str() + data.str()).str());
-  const SMatrixContainer v22 =
-      parse(Bytes().header(2, 2, 0).raw(ports.str() + port_models.str() + data.str()).str());
-  for (const SMatrixContainer* c : {&v20, &v22}) {
-    EXPECT_EQ(c->name(1), "b");
-    EXPECT_EQ(c->get_port_property(0, "k"), "v");
-    ASSERT_EQ(c->nbSamples(), 1u);
-    EXPECT_EQ((*c->begin_samples())(1, 0), C(3, 0));
-    EXPECT_EQ(c->begin_samples()->Zref(1), C(60, 0));
-  }
-}
-
 TEST(BinaryReader, ValuesAreBitExact) {
   // NaNs with payloads (one signalling, its sign set), a subnormal and -0 come back bit for bit
   // in samples and models, and a port data index that needs all 32 bits reads unsigned.
@@ -188,12 +168,6 @@ TEST(BinaryReader, ValuesAreBitExact) {
   const auto& t = dynamic_cast<const StaticTableModel&>(*table);
   EXPECT_EQ(t.getTransformation(0), 9);
   EXPECT_EQ(t.getSample(0), std::make_pair(1.0, C(2, 0)));
-}
-
-TEST(BinaryReader, PortNames) {
-  std::vector<std::string> names = {"kept"};
-  detail::parse_port_names_binary(binary_of(test::every_kind()), names);
-  EXPECT_EQ(names, (std::vector<std::string>{"kept", "in <a> port", "out"}));
 }
 
 }  // namespace

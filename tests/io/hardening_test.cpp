@@ -95,8 +95,8 @@ TEST(Truncation, PrefixesAreRefusedAndReadInPiecesAsFromMemory) {
     for (std::size_t n = input.prefixes ? 0 : size; n <= size; ++n) {
       const std::string_view prefix = std::string_view(input.bytes).substr(0, n);
       const std::string where = input.name + " cut to " + std::to_string(n) + " bytes";
-      const std::string read = test::read_outcome(detail::Window(prefix), input.ascii);
-      const std::string names = test::names_outcome(detail::Window(prefix), input.ascii);
+      const std::string read = test::outcome(detail::Window(prefix), input.ascii);
+      const std::string names = test::outcome(detail::Window(prefix), input.ascii, true);
       const bool refused = read.rfind("error: ", 0) == 0;
       if (n < size && !refused) readable.emplace(input.name, n);
       if (n == size) {
@@ -109,8 +109,8 @@ TEST(Truncation, PrefixesAreRefusedAndReadInPiecesAsFromMemory) {
         test::Pieces source(prefix, piece), again(prefix, piece);
         SCOPED_TRACE(where + " in pieces of " + std::to_string(piece) + ", size hint " +
                      std::to_string(hint));
-        EXPECT_EQ(test::read_outcome(detail::Window(source, hint, 1), input.ascii), read);
-        EXPECT_EQ(test::names_outcome(detail::Window(again, hint, 1), input.ascii), names);
+        EXPECT_EQ(test::outcome(detail::Window(source, hint, 1), input.ascii), read);
+        EXPECT_EQ(test::outcome(detail::Window(again, hint, 1), input.ascii, true), names);
       }
     }
   }
@@ -134,8 +134,8 @@ TEST(ByteFlips, DamagedSmallGoldensReadOrAreRefused) {
         damaged[pos] = static_cast<char>(value);
         SCOPED_TRACE(file.name + " byte " + std::to_string(pos) + " set to " +
                      std::to_string(value));
-        messages.insert(test::read_outcome(detail::Window(damaged), file.ascii));
-        test::names_outcome(detail::Window(damaged), file.ascii);
+        messages.insert(test::outcome(detail::Window(damaged), file.ascii));
+        test::outcome(detail::Window(damaged), file.ascii, true);
         ++reads;
       }
     }

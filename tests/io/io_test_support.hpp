@@ -74,39 +74,30 @@ inline std::string ascii_of(const SMatrixContainer& c, int precision) {
   return text;
 }
 
-/// What read() gives as text, or "error: " and the text of the refusal, which must be a plain,
-/// non-empty std::runtime_error.
-template <class Read>
-std::string outcome_of(Read&& read) {
+/// A read of either variant through window, in full or of its port names only: the container's
+/// binary bytes or the names one a line, or "error: " and the text of the refusal, which must be
+/// a plain, non-empty std::runtime_error.
+inline std::string outcome(detail::Window window, bool ascii, bool names = false) {
   try {
-    return read();
+    std::string text;
+    if (names) {
+      std::vector<std::string> list;
+      ascii ? detail::parse_port_names_ascii(std::move(window), list)
+            : detail::parse_port_names_binary(std::move(window), list);
+      for (const std::string& name : list)
+        text += name + '\n';
+    } else {
+      SMatrixContainer c;
+      ascii ? detail::parse_ascii(std::move(window), c)
+            : detail::parse_binary(std::move(window), c);
+      text = binary_of(c);
+    }
+    return text;
   } catch (const std::exception& error) {
     EXPECT_EQ(typeid(error), typeid(std::runtime_error)) << error.what();
     EXPECT_STRNE(error.what(), "");
     return std::string("error: ") + error.what();
   }
-}
-
-/// A full read of either variant through window: the container's binary bytes or the refusal.
-inline std::string read_outcome(detail::Window window, bool ascii) {
-  return outcome_of([&] {
-    SMatrixContainer c;
-    ascii ? detail::parse_ascii(std::move(window), c) : detail::parse_binary(std::move(window), c);
-    return binary_of(c);
-  });
-}
-
-/// The port-name reader of either variant: the names one a line, or the refusal.
-inline std::string names_outcome(detail::Window window, bool ascii) {
-  return outcome_of([&] {
-    std::vector<std::string> names;
-    ascii ? detail::parse_port_names_ascii(std::move(window), names)
-          : detail::parse_port_names_binary(std::move(window), names);
-    std::string joined;
-    for (const std::string& name : names)
-      joined += name + '\n';
-    return joined;
-  });
 }
 
 /// The golden file holding every kind of content: each kind of scalar model, port data, awkward
