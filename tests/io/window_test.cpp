@@ -39,23 +39,17 @@ TEST(Window, HoldsCountsTheRestOfTheInput) {
 }
 
 #if !defined(_WIN32)
-// Writes bytes (`times` times, or until the reader goes away when 0) into a fresh pipe from a
-// thread while read runs on its path.
-void through_pipe(const std::string& bytes, int times,
-                  const std::function<void(const char*)>& read) {
+// Writes bytes into a fresh pipe from a thread while read runs on its path.
+void through_pipe(const std::string& bytes, const std::function<void(const char*)>& read) {
   std::signal(SIGPIPE, SIG_IGN);
   const std::string path = test::scratch("pipe.kvx");
   ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
   std::thread writer([&] {
     const int fd = ::open(path.c_str(), O_WRONLY);
-    for (int k = 0; fd >= 0 && (times == 0 || k < times); ++k) {
-      std::size_t done = 0;
-      while (done < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (n <= 0) break;
-        done += static_cast<std::size_t>(n);
-      }
-      if (done < bytes.size()) break;  // the reader has gone
+    for (std::size_t done = 0; fd >= 0 && done < bytes.size();) {
+      const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+      if (n <= 0) break;  // the reader has gone
+      done += static_cast<std::size_t>(n);
     }
     if (fd >= 0) ::close(fd);
   });
@@ -81,7 +75,7 @@ TEST(SpecialFiles, EndlessDevicesFailAtTheMagic) {
   }
 }
 
-TEST(SpecialFiles, PipesOfLargeFilesAndOfEndlessGarbage) {
+TEST(SpecialFiles, PipesOfLargeFiles) {
   SMatrixContainer big(2);
   for (int k = 0; k < 20000; ++k) {
     SMatrixSample s(2, 1e6 * (k + 1));
@@ -91,21 +85,12 @@ TEST(SpecialFiles, PipesOfLargeFilesAndOfEndlessGarbage) {
   const std::string binary = test::binary_of(big);
   ASSERT_GT(binary.size(), 2 * detail::Window::kCapacity);
   for (const std::string& bytes : {test::ascii_of(big, 17), binary}) {
-    through_pipe(bytes, 1, [&](const char* path) {
+    through_pipe(bytes, [&](const char* path) {
       SMatrixContainer back;
       read(back, path);
       EXPECT_EQ(test::binary_of(back), binary);
     });
   }
-  const std::string garbage(4096, '\x5A');
-  through_pipe(garbage, 0, [](const char* path) {
-    SMatrixContainer c;
-    EXPECT_THROW_MSG(read_binary(c, path), std::runtime_error, "not a binary kvx-file");
-  });
-  through_pipe(garbage, 0, [](const char* path) {
-    SMatrixContainer c;
-    EXPECT_THROW_MSG(read(c, path), std::runtime_error, "unknown korvantix file format");
-  });
 }
 #endif
 
