@@ -30,11 +30,7 @@ TEST(AsciiReader, Refusals) {
   // Many ports with short names cost little; their N x N matrix must fit into what is left.
   const std::string many = test::ascii_ports(4000);
   const std::string poly4 = " POLY 0 POLY 0 POLY 0 POLY 0 Zref POLY 0 POLY 0 ";
-  const struct {
-    std::string text;
-    std::string message;
-    bool names = false;  // the port-name reader refuses it alike
-  } cases[] = {
+  const std::vector<test::Refusal> cases = {
       {"", "not an ascii kvx-file", true},
       {"ASCII KORVANTI", "not an ascii kvx-file", true},
       {"ascii KORVANTIX2 3 0", "not an ascii kvx-file"},
@@ -86,15 +82,7 @@ TEST(AsciiReader, Refusals) {
       {many + " SAMPLES 1 FREQ 1 Hz S Zref",
        "parsing error: port count 4000 too large for the rest of the file"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.text.substr(0, 100));
-    EXPECT_THROW_MSG(parse(c.text), std::runtime_error, c.message);
-    std::vector<std::string> names;
-    if (c.names) {
-      EXPECT_THROW_MSG(detail::parse_port_names_ascii(c.text, names), std::runtime_error,
-                       c.message);
-    }
-  }
+  test::expect_refusals(true, cases);
 }
 
 // The older grammars read as the 2.3 file without their extra sections: 2.1 has no port data

@@ -92,6 +92,23 @@ inline std::string outcome(detail::Window window, bool ascii, bool names = false
   }
 }
 
+/// A file refused with its message; where `names` is set, the port-name reader refuses it alike.
+struct Refusal {
+  std::string input;
+  std::string message;
+  bool names = false;
+};
+
+inline void expect_refusals(bool ascii, const std::vector<Refusal>& cases) {
+  for (const Refusal& c : cases) {
+    SCOPED_TRACE("row " + std::to_string(&c - cases.data()) + ": " + c.message);
+    EXPECT_EQ(outcome(detail::Window(c.input), ascii), "error: " + c.message);
+    if (c.names) {
+      EXPECT_EQ(outcome(detail::Window(c.input), ascii, true), "error: " + c.message);
+    }
+  }
+}
+
 /// The golden file holding every kind of content: each kind of scalar model, port data, awkward
 /// names and properties, signed zero, a subnormal, infinity and NaN.
 inline SMatrixContainer every_kind() {
