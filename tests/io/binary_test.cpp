@@ -3,7 +3,6 @@
 namespace korvantix {
 namespace {
 
-using test::binary_of;
 using test::Bytes;
 using test::C;
 
@@ -23,7 +22,7 @@ double from_bits(std::uint64_t bits) {
 // back, bit for bit: NaNs with payloads (one signalling, its sign set), a subnormal and -0 in
 // samples and models, and a port data index that needs all 32 bits and reads unsigned.
 TEST(BinaryWriter, LayoutAndTheWayBack) {
-  EXPECT_EQ(binary_of(SMatrixContainer()),
+  EXPECT_EQ(test::written(SMatrixContainer()),
             Bytes().header(2, 3, 0).i32(0).i32(0).i32(0).i32(0).i32(0).str());
   const C odd(from_bits(0x7FF8000000000123u), from_bits(0xFFF0000000000001u));
   const C tiny(from_bits(1), -0.0);
@@ -64,10 +63,10 @@ TEST(BinaryWriter, LayoutAndTheWayBack) {
   const std::string descending = Bytes().i32(4).i32(2).i32(1).i32(2).i32(9).f64(3)
       .complex(C(1, 0)).f64(1).complex(C(2, 0)).str();
   // clang-format on
-  EXPECT_EQ(binary_of(c), expected);
+  EXPECT_EQ(test::written(c), expected);
   const SMatrixContainer back = parse(expected);
   EXPECT_EQ(back.port_data_names().at(0).second, 4294967295u);
-  EXPECT_EQ(binary_of(back), expected);
+  EXPECT_EQ(test::written(back), expected);
 
   detail::BinaryCursor cursor(descending);
   const auto t = detail::read_scalar_model(cursor);

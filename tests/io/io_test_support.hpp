@@ -33,10 +33,6 @@ inline std::string read_bytes(const std::string& path) {
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-inline void write_bytes(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
-
 /// A fresh path in the test's scratch directory; the file is removed first.
 inline std::string scratch(const std::string& name) {
   const std::string path = ::testing::TempDir() + "korvantix_io_" + name;
@@ -48,22 +44,15 @@ inline std::string data_file(const std::string& name) {
   return std::string(KORVANTIX_TEST_DATA_DIR) + "/" + name;
 }
 
-/// The binary writer's bytes: every stored double bit for bit (NaN payloads and causal splines
-/// included, which never compare equal), so equal bytes mean equal content.
-inline std::string binary_of(const SMatrixContainer& c) {
+/// What the writers make of c: by default the binary form, which holds every stored double bit
+/// for bit (NaN payloads and causal splines included, which never compare equal), so equal bytes
+/// mean equal content; given a precision, the ASCII form.
+inline std::string written(const SMatrixContainer& c, int precision = -1) {
   std::string bytes;
   detail::OutputBuffer out(bytes);
-  detail::format_binary(c, out);
+  precision < 0 ? detail::format_binary(c, out) : detail::format_ascii(c, out, precision);
   out.flush();
   return bytes;
-}
-
-inline std::string ascii_of(const SMatrixContainer& c, int precision) {
-  std::string text;
-  detail::OutputBuffer out(text);
-  detail::format_ascii(c, out, precision);
-  out.flush();
-  return text;
 }
 
 /// A read of either variant through window, in full or of its port names only: the container's
@@ -82,7 +71,7 @@ inline std::string outcome(detail::Window window, bool ascii, bool names = false
       SMatrixContainer c;
       ascii ? detail::parse_ascii(std::move(window), c)
             : detail::parse_binary(std::move(window), c);
-      text = binary_of(c);
+      text = written(c);
     }
     return text;
   } catch (const std::exception& error) {

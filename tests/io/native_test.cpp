@@ -37,8 +37,8 @@ TEST(NativeFiles, RoundTripsWhateverTheGlobalLocale) {
   odd.S() = {C(std::nan(""), -std::nan("")), C(-0.0, 1e-310), C(1.0 / 3, 2.0 / 3),
              C(std::numeric_limits<double>::max(), std::numeric_limits<double>::denorm_min())};
   c.add(odd);
-  const std::string ascii = test::ascii_of(c, 16);  // in the classic locale
-  const std::string binary = test::binary_of(c);
+  const std::string ascii = test::written(c, 16);  // in the classic locale
+  const std::string binary = test::written(c);
   const std::locale old = std::locale::global(std::locale(std::locale::classic(), new CommaPunct));
   for (const FileFormat format : {ASCII, BINARY}) {
     const std::string path = test::scratch("roundtrip.kvx");
@@ -49,7 +49,7 @@ TEST(NativeFiles, RoundTripsWhateverTheGlobalLocale) {
     EXPECT_TRUE(can_read(path.c_str()));
     SMatrixContainer back(5);
     read(back, path.c_str());
-    EXPECT_EQ(test::binary_of(back), binary);
+    EXPECT_EQ(test::written(back), binary);
     std::vector<std::string> names = {"x"};
     readPortNames(names, path.c_str());
     EXPECT_EQ(names, (std::vector<std::string>{"x", "in <a> port", "out"}));
@@ -66,9 +66,9 @@ TEST(NativeFiles, RoundTripsWhateverTheGlobalLocale) {
 TEST(NativeFiles, DetectionAndFailures) {
   // Neither magic, or a cut one, or endless bytes of a device: refused at the magic.
   const std::string empty = test::scratch("empty.kvx");
-  test::write_bytes(empty, "");
+  std::ofstream{empty};
   const std::string other = test::scratch("other.kvx");
-  test::write_bytes(other, "ASCII KORVANTI");
+  std::ofstream(other) << "ASCII KORVANTI";
   std::vector<std::string> others = {empty, other};
 #if !defined(_WIN32)
   others.insert(others.end(), {"/dev/zero", "/dev/urandom"});
@@ -161,13 +161,13 @@ TEST(SpecialFiles, PipesOfLargeFiles) {
     s(0, 1) = test::C(k, -1.0 / (k + 1));
     big.add(s);
   }
-  const std::string binary = test::binary_of(big);
+  const std::string binary = test::written(big);
   ASSERT_GT(binary.size(), 2 * detail::Window::kCapacity);
-  for (const std::string& bytes : {test::ascii_of(big, 17), binary}) {
+  for (const std::string& bytes : {test::written(big, 17), binary}) {
     through_pipe(bytes, [&](const char* path) {
       SMatrixContainer back;
       read(back, path);
-      EXPECT_EQ(test::binary_of(back), binary);
+      EXPECT_EQ(test::written(back), binary);
     });
   }
 }
