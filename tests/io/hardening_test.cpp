@@ -86,8 +86,9 @@ const std::tuple<const char*, std::size_t, std::size_t> kReadableAsciiPrefixes[]
 };
 
 // Each input whole through windows of pieces of 1, 3 and 1000 bytes with the size unknown and
-// known (six ways); each prefix in one of those ways, in turn. Each byte of the smaller goldens
-// is also damaged in turn: the file then reads or is refused with a plain runtime_error.
+// known (six ways, "way" 0 to 5); each prefix in one of those ways, in turn. Each byte of the
+// smaller goldens is also damaged in turn: the file then reads or is refused with a plain
+// runtime_error.
 const std::size_t kPieces[] = {1, 3, 1000};
 
 TEST(Hostile, CutFilesAreRefusedAndReadInPiecesAsFromMemoryDamagedOnesReadOrAreRefused) {
@@ -99,30 +100,27 @@ TEST(Hostile, CutFilesAreRefusedAndReadInPiecesAsFromMemoryDamagedOnesReadOrAreR
     const std::size_t size = input.bytes.size();
     for (std::size_t n = input.prefixes ? 0 : size; n <= size; ++n) {
       const std::string_view prefix = std::string_view(input.bytes).substr(0, n);
-      const std::string where = input.name + " cut to " + std::to_string(n) + " bytes";
+      SCOPED_TRACE(input.name + " cut to " + std::to_string(n) + " bytes");
       const std::string read = test::outcome(detail::Window(prefix), input.ascii);
       const std::string names = test::outcome(detail::Window(prefix), input.ascii, true);
       const bool refused = read.rfind("error: ", 0) == 0;
       if (n < size && !refused) readable.emplace(input.name, n);
       if (n == size) {
-        EXPECT_EQ(refused, input.name.rfind("fail_", 0) == 0) << where << read;
+        EXPECT_EQ(refused, input.name.rfind("fail_", 0) == 0) << read;
       }
       const std::size_t first = n < size ? n % 6 : 0, last = n < size ? first + 1 : 6;
       for (std::size_t way = first; way < last; ++way) {
         const std::size_t piece = kPieces[way % 3];
         const std::int64_t hint = way < 3 ? -1 : static_cast<std::int64_t>(n);
         test::Pieces source(prefix, piece), again(prefix, piece);
-        SCOPED_TRACE(where + " in pieces of " + std::to_string(piece) + ", size hint " +
-                     std::to_string(hint));
-        EXPECT_EQ(test::outcome(detail::Window(source, hint, 1), input.ascii), read);
-        EXPECT_EQ(test::outcome(detail::Window(again, hint, 1), input.ascii, true), names);
+        EXPECT_EQ(test::outcome(detail::Window(source, hint, 1), input.ascii), read) << way;
+        EXPECT_EQ(test::outcome(detail::Window(again, hint, 1), input.ascii, true), names) << way;
       }
       for (const unsigned char value : {0x00, 0xFF, 0x7F, 0x80}) {
         if (!input.prefixes || n == size || size > 4096) break;
         std::string bad = input.bytes;
         bad[n] = static_cast<char>(value);
-        SCOPED_TRACE(input.name + " byte " + std::to_string(n) + " set to " +
-                     std::to_string(value));
+        SCOPED_TRACE("uncut, byte " + std::to_string(n) + " set to " + std::to_string(value));
         messages.insert(test::outcome(detail::Window(bad), input.ascii));
         test::outcome(detail::Window(bad), input.ascii, true);
         ++damaged;
