@@ -106,6 +106,17 @@ inline SMatrixContainer every_kind() {
   return c;
 }
 
+/// n samples at 1, 2, ... MHz with one non-zero entry each: files many windows long.
+inline SMatrixContainer many_samples(std::size_t ports, int n) {
+  SMatrixContainer c(ports);
+  for (int k = 0; k < n; ++k) {
+    SMatrixSample s(ports, 1e6 * (k + 1));
+    s(0, 1) = C(k, -1.0 / (k + 1));
+    c.add(s);
+  }
+  return c;
+}
+
 /// A 2.3 ASCII file up to its samples: n ports with empty names, nothing else.
 inline std::string ascii_ports(int n) {
   std::string text = "ASCII KORVANTIX2 3 0 PORTS " + std::to_string(n);

@@ -116,12 +116,7 @@ TEST(MemoryCeiling, ModelsOfEmptyScalarModels) {
 // A read of a file needs its window beyond what reading the same bytes from memory needs, and
 // nothing that grows with the file: here files ten times the window and more.
 TEST(MemoryCeiling, StreamedReadNeedsOnlyTheWindow) {
-  SMatrixContainer big(4);
-  for (int k = 0; k < 40000; ++k) {
-    SMatrixSample s(4, 1e6 * (k + 1));
-    s(1, 2) = test::C(k, 0.5);
-    big.add(s);
-  }
+  const SMatrixContainer big = test::many_samples(4, 40000);
   for (const FileFormat format : {BINARY, ASCII}) {
     const std::string path = test::scratch("memory_big.kvx");
     write(big, path.c_str(), format);

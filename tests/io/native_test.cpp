@@ -114,15 +114,13 @@ TEST(NativeFiles, DetectionAndFailures) {
 // where the size is unknown, exactly once the input has ended.
 TEST(Window, HoldsCountsTheRestOfTheInput) {
   const std::string bytes(100, 'x');
-  test::Pieces known(bytes, 7);
-  detail::Window sized(known, 100, 16);
+  test::Pieces known(bytes, 7), unknown(bytes, 7);
+  detail::Window sized(known, 100, 16), pipe(unknown, -1, 16);
   sized.fill(10);
   sized.consume(10);
   EXPECT_TRUE(sized.holds(45, 2));
   EXPECT_FALSE(sized.holds(46, 2));
   EXPECT_LT(sized.size(), 90u);  // nothing read ahead for that
-  test::Pieces unknown(bytes, 7);
-  detail::Window pipe(unknown, -1, 16);
   EXPECT_TRUE(pipe.holds(25, 4));
   EXPECT_GE(pipe.size(), 100u);
   EXPECT_FALSE(pipe.holds(101, 1));
@@ -134,12 +132,7 @@ TEST(Window, HoldsCountsTheRestOfTheInput) {
 // A large file through a pipe, whose size is unknown: read in many windows as from a file.
 TEST(SpecialFiles, PipesOfLargeFiles) {
   std::signal(SIGPIPE, SIG_IGN);
-  SMatrixContainer big(2);
-  for (int k = 0; k < 20000; ++k) {
-    SMatrixSample s(2, 1e6 * (k + 1));
-    s(0, 1) = test::C(k, -1.0 / (k + 1));
-    big.add(s);
-  }
+  const SMatrixContainer big = test::many_samples(2, 20000);
   const std::string binary = test::written(big);
   ASSERT_GT(binary.size(), 2 * detail::Window::kCapacity);
   for (const std::string& bytes : {test::written(big, 17), binary}) {

@@ -90,7 +90,6 @@ TEST(OpenFile, OpensTheUtf8PathUnchangedEvenWithTheSwitch) {
   { EXPECT_NE(detail::open_file(path.c_str(), "wb"), nullptr); }
   EXPECT_NE(detail::open_file(path.c_str(), "rb"), nullptr);
   EXPECT_EQ(detail::open_file((path + ".missing").c_str(), "rb"), nullptr);
-  EXPECT_THROW_MSG(detail::open_file("\xC3(", "rb"), std::range_error, "bad conversion");
   std::remove(path.c_str());
 }
 #endif
