@@ -6,12 +6,6 @@ namespace {
 using test::Bytes;
 using test::C;
 
-SMatrixContainer parse(const std::string& bytes) {
-  SMatrixContainer c;
-  detail::parse_binary(bytes, c);
-  return c;
-}
-
 double from_bits(std::uint64_t bits) {
   double x;
   std::memcpy(&x, &bits, sizeof x);
@@ -64,7 +58,7 @@ TEST(BinaryWriter, LayoutAndTheWayBack) {
       .complex(C(1, 0)).f64(1).complex(C(2, 0)).str();
   // clang-format on
   EXPECT_EQ(test::written(c), expected);
-  const SMatrixContainer back = parse(expected);
+  const SMatrixContainer back = test::parse(expected);
   EXPECT_EQ(back.port_data_names().at(0).second, 4294967295u);
   EXPECT_EQ(test::written(back), expected);
 

@@ -45,19 +45,13 @@ std::vector<Input> inputs() {
   return all;
 }
 
-SMatrixContainer parse(const std::string& bytes, bool ascii) {
-  SMatrixContainer c;
-  ascii ? detail::parse_ascii(bytes, c) : detail::parse_binary(bytes, c);
-  return c;
-}
-
 TEST(Goldens, AreWhatTheWritersWriteAndTheReadersRead) {
   const std::string binary = test::read_bytes(test::data_file("binary_v23_every_kind.kvx"));
   const std::string ascii = test::read_bytes(test::data_file("ascii_v23_every_kind.kvx"));
-  EXPECT_EQ(test::written(parse(binary, false)), binary);
-  EXPECT_EQ(test::written(parse(binary, false), 16), ascii);
-  EXPECT_EQ(test::written(parse(ascii, true)), binary);
-  EXPECT_EQ(test::written(parse(test::read_bytes(test::data_file("binary_v23_empty.kvx")), false)),
+  EXPECT_EQ(test::written(test::parse(binary)), binary);
+  EXPECT_EQ(test::written(test::parse(binary), 16), ascii);
+  EXPECT_EQ(test::written(test::parse(ascii)), binary);
+  EXPECT_EQ(test::written(test::parse(test::read_bytes(test::data_file("binary_v23_empty.kvx")))),
             test::written(SMatrixContainer()));
   // The older files read as the 2.3 file without their extra sections: 2.0 has no port data
   // names (the 2.3 file has an empty list behind the ports, here the 9 bytes after the 31 of
@@ -66,8 +60,8 @@ TEST(Goldens, AreWhatTheWritersWriteAndTheReadersRead) {
   const std::string v22 = test::read_bytes(test::data_file("binary_v22_port_models.kvx"));
   const std::string as_v23 =
       test::Bytes().header(2, 3, 0).raw(v20.substr(31, 9)).i32(0).raw(v20.substr(40)).str();
-  EXPECT_EQ(test::written(parse(v20, false)), as_v23);
-  EXPECT_EQ(test::written(parse(v22, false)), as_v23);
+  EXPECT_EQ(test::written(test::parse(v20)), as_v23);
+  EXPECT_EQ(test::written(test::parse(v22)), as_v23);
 }
 
 // An ASCII file may end in a number or a keyword that a shorter cut still spells correctly:

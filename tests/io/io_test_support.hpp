@@ -98,12 +98,17 @@ inline void expect_refusals(bool ascii, const std::vector<Refusal>& cases) {
   }
 }
 
+/// The container read from bytes by the reader that their magic selects.
+inline SMatrixContainer parse(const std::string& bytes) {
+  SMatrixContainer c;
+  detail::has_ascii_magic(bytes) ? detail::parse_ascii(bytes, c) : detail::parse_binary(bytes, c);
+  return c;
+}
+
 /// The golden file holding every kind of content: each kind of scalar model, port data, awkward
 /// names and properties, signed zero, a subnormal, infinity and NaN.
 inline SMatrixContainer every_kind() {
-  SMatrixContainer c;
-  detail::parse_binary(read_bytes(data_file("binary_v23_every_kind.kvx")), c);
-  return c;
+  return parse(read_bytes(data_file("binary_v23_every_kind.kvx")));
 }
 
 /// n samples at 1, 2, ... MHz with one non-zero entry each: files many windows long.
