@@ -154,26 +154,23 @@ TEST(AsciiTokens, NumbersAgreeWithTheStreamExactParsers) {
     const std::size_t bar = std::min(list.find('|', at), list.size());
     const std::string token = list.substr(at, bar - at);
     at = bar + 1;
-    for (const bool complex : {false, true}) {
-      for (const std::string& text : {token, token + " rest"}) {
-        detail::AsciiTokens tokens(text);
-        C fast, exact;
-        detail::ParseResult result{};
-        const char* const end = text.data() + text.size();
-        if (complex) {
-          fast = tokens.complex();
-          result = detail::parse_complex(text.data(), end, exact);
-        } else {
-          fast = tokens.real();
-          double real = 0.0;
-          result = detail::parse_real(text.data(), end, real);
-          exact = real;
-        }
-        EXPECT_EQ(tokens.failed(), !result.ok) << text;
-        EXPECT_EQ(tokens.remaining(), static_cast<std::size_t>(end - result.ptr)) << text;
-        if (result.ok || !complex) {
-          EXPECT_EQ(std::memcmp(&fast, &exact, sizeof fast), 0) << text << ": " << fast << exact;
-        }
+    for (const std::string& text : {token, token + " rest"}) {
+      const char* const end = text.data() + text.size();
+      detail::AsciiTokens reals(text), complexes(text);
+      const double fast_real = reals.real();
+      const C fast_complex = complexes.complex();
+      double real = 0.0;
+      C complex;
+      const detail::ParseResult r = detail::parse_real(text.data(), end, real);
+      const detail::ParseResult z = detail::parse_complex(text.data(), end, complex);
+      EXPECT_EQ(reals.failed(), !r.ok) << text;
+      EXPECT_EQ(complexes.failed(), !z.ok) << text;
+      EXPECT_EQ(reals.remaining(), static_cast<std::size_t>(end - r.ptr)) << text;
+      EXPECT_EQ(complexes.remaining(), static_cast<std::size_t>(end - z.ptr)) << text;
+      EXPECT_EQ(std::memcmp(&fast_real, &real, sizeof real), 0) << text << ": " << fast_real;
+      if (z.ok) {
+        EXPECT_EQ(std::memcmp(&fast_complex, &complex, sizeof complex), 0)
+            << text << ": " << fast_complex;
       }
     }
   }
