@@ -215,8 +215,6 @@ TEST(AsciiWriter, Failures) {
       "PORT PROPERTIES 0 0\n\nSAMPLES 0\nMODELS 1\nFREQRANGE 1.000e+00 2.000e+00 Hz\n\tS\n"
       "\t\tPOLY 0\n\t\t\n\tZref");
 
-  EXPECT_THROW(ascii(SparameterSplineModel({1, 2}, {C()}, {C()}, std::nullopt)),
-               std::runtime_error);
   EXPECT_THROW_MSG(write_ascii(c, "/nonexistent-dir/x.kvx", 16), std::runtime_error,
                    "Unable to write to </nonexistent-dir/x.kvx>");
 }

@@ -6,18 +6,17 @@ namespace {
 using test::Bytes;
 using test::C;
 
-double from_bits(std::uint64_t bits) {
-  double x;
-  std::memcpy(&x, &bits, sizeof x);
-  return x;
-}
-
 // The writer's bytes of a container holding every kind of binary model, and the reader's way
 // back, bit for bit: NaNs with payloads (one signalling, its sign set), a subnormal and -0 in
 // samples and models, and a port data index that needs all 32 bits and reads unsigned.
 TEST(BinaryWriter, LayoutAndTheWayBack) {
   EXPECT_EQ(test::written(SMatrixContainer()),
             Bytes().header(2, 3, 0).i32(0).i32(0).i32(0).i32(0).i32(0).str());
+  const auto from_bits = [](std::uint64_t b) {
+    double x;
+    std::memcpy(&x, &b, sizeof x);
+    return x;
+  };
   const C odd(from_bits(0x7FF8000000000123u), from_bits(0xFFF0000000000001u));
   const C tiny(from_bits(1), -0.0);
   const PortDataName zpi("Zpi", 4294967295u);
