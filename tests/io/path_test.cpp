@@ -1,14 +1,8 @@
-#include <korvantix/io.hpp>
-
-#include <gtest/gtest.h>
-
 #include <cstdlib>
-#include <optional>
-#include <stdexcept>
-#include <string>
+#include <tuple>
 
 #include "io/path.hpp"
-#include "test_support.hpp"
+#include "io_test_support.hpp"
 
 namespace korvantix {
 namespace {
@@ -51,11 +45,7 @@ TEST(LongPath, WithoutTheSwitchNothingChanges) {
 
 TEST(LongPath, RewritesWithTheSwitch) {
   LongPathSwitch on(true);
-  const struct {
-    const char* path;
-    bool prefix;
-    const char* expected;
-  } cases[] = {
+  const std::tuple<const char*, bool, const char*> cases[] = {
       {"C:/data//x.txt", true, "\\\\?\\C:\\data\\x.txt"},
       {"C:/data//x.txt", false, "C:\\data\\x.txt"},
       {"//?/C:/x", true, "\\\\?\\C:\\x"},
@@ -71,9 +61,8 @@ TEST(LongPath, RewritesWithTheSwitch) {
       {"", false, "C:\\work\\"},
       {"C:\xE2\x82\xAC", false, "C:\xE2\x82\xAC"},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(detail::to_long_path(c.path, c.prefix, &fake_full_path), c.expected) << c.path;
-  }
+  for (const auto& [path, prefix, expected] : cases)
+    EXPECT_EQ(detail::to_long_path(path, prefix, &fake_full_path), expected) << path;
   const auto failing = [](const std::u16string&) -> std::optional<std::u16string> { return {}; };
   EXPECT_EQ(detail::to_long_path("rel", true, failing), "");
   EXPECT_THROW_MSG(detail::to_long_path("C:/\xC3", true, &fake_full_path), std::range_error,
@@ -101,7 +90,6 @@ TEST(OpenFile, OpensTheUtf8PathUnchangedEvenWithTheSwitch) {
   { EXPECT_NE(detail::open_file(path.c_str(), "wb"), nullptr); }
   EXPECT_NE(detail::open_file(path.c_str(), "rb"), nullptr);
   EXPECT_EQ(detail::open_file((path + ".missing").c_str(), "rb"), nullptr);
-  EXPECT_THROW_MSG(detail::open_file("\xC3(", "rb"), std::range_error, "bad conversion");
   std::remove(path.c_str());
 }
 #endif

@@ -3,7 +3,6 @@
 #include <memory>
 #include <optional>
 #include <random>
-#include <thread>
 #include <utility>
 
 #include "model/interpolation.hpp"
@@ -13,81 +12,81 @@ namespace korvantix {
 namespace {
 
 using namespace testing;
-using Values = std::vector<C>;
 const auto kSeven = static_cast<InterpolationType>(7);
 
 TEST(ElementRule, HandComputedValues) {
   using detail::interpolate_entry;
-  EXPECT_EQ(interpolate_entry(C(1, 2), C(3, -4), 0.5, REAL_IMAG), C(2, -1));
-  EXPECT_EQ(interpolate_entry(C(1, 0), C(-1, 0), 0.5, REAL_IMAG), C(0, 0));
-  // A phase difference of exactly pi is not wrapped: 1 and -1 meet at +j.
-  const C up = interpolate_entry(C(1, 0), C(-1, 0), 0.5, MAG_PHASE);
-  EXPECT_EQ(up.imag(), 1.0);
-  EXPECT_NEAR(up.real(), 0.0, 1e-16);
-  // 170 and -170 degrees: the short way round passes through 180, not through 0.
   const double deg = detail::kPi / 180.0;
-  const C wrap =
-      interpolate_entry(std::polar(2.0, 170 * deg), std::polar(4.0, -170 * deg), 0.5, MAG_PHASE);
-  EXPECT_NEAR(std::abs(wrap - C(-3, 0)), 0.0, 1e-12);
-  // Magnitude 2 -> 4 and phase 0 -> pi/2 at w = 0.25: 2.5 at pi/8.
-  const C quarter = interpolate_entry(C(2, 0), C(0, 4), 0.25, MAG_PHASE);
-  EXPECT_NEAR(std::abs(quarter), 2.5, 1e-15);
-  EXPECT_NEAR(std::arg(quarter), detail::kPi / 8, 1e-15);
-  // Equal entries come back unchanged whatever the type; unknown types zero the rest.
-  EXPECT_EQ(interpolate_entry(C(3, 3), C(3, 3), 0.5, kSeven), C(3, 3));
-  EXPECT_EQ(interpolate_entry(C(3, 3), C(1, 3), 0.5, kSeven), C(0, 0));
+  struct Case {
+    C a, b;
+    double w;
+    InterpolationType type;
+    C expected;
+    double tolerance;
+  };
+  // A phase difference of exactly pi is not wrapped: 1 and -1 meet at +j. 170 and -170 degrees:
+  // the short way round passes through 180, not through 0. Magnitude 2 -> 4 and phase 0 -> pi/2
+  // at w = 0.25: 2.5 at pi/8. Equal entries come back unchanged whatever the type; unknown types
+  // zero the rest.
+  for (const Case& c :
+       {Case{{1, 2}, {3, -4}, 0.5, REAL_IMAG, {2, -1}, 0},
+        {{1, 0}, {-1, 0}, 0.5, REAL_IMAG, 0.0, 0},
+        {{1, 0}, {-1, 0}, 0.5, MAG_PHASE, {0, 1}, 1e-16},
+        {std::polar(2.0, 170 * deg), std::polar(4.0, -170 * deg), 0.5, MAG_PHASE, -3.0, 1e-12},
+        {{2, 0}, {0, 4}, 0.25, MAG_PHASE, std::polar(2.5, detail::kPi / 8), 1e-14},
+        {{3, 3}, {3, 3}, 0.5, kSeven, {3, 3}, 0},
+        {{3, 3}, {1, 3}, 0.5, kSeven, 0.0, 0}}) {
+    EXPECT_LE(std::abs(interpolate_entry(c.a, c.b, c.w, c.type) - c.expected), c.tolerance)
+        << c.a << " " << c.b << " " << c.type;
+  }
   // A NaN magnitude goes through the products of the polar form (no assertion, no abort).
-  EXPECT_TRUE(std::isnan(interpolate_entry(C(kNaN, 0), C(1, 0), 0.5, MAG_PHASE).real()));
-  const C inf = interpolate_entry(C(kInf, 0), C(1, 0), 0.5, MAG_PHASE);
-  EXPECT_EQ(inf.real(), kInf);
-  EXPECT_TRUE(std::isnan(inf.imag()));  // inf * sin(0)
+  const C nan = interpolate_entry(C(kNaN, 0), C(1, 0), 0.5, MAG_PHASE),
+          inf = interpolate_entry(C(kInf, 0), C(1, 0), 0.5, MAG_PHASE);
+  EXPECT_EQ((Flags{std::isnan(nan.real()), inf.real() == kInf, std::isnan(inf.imag())}),
+            Flags(3, true));  // inf * sin(0) is NaN
 }
 
-TEST(ContainerEvaluate, SamplesOnly) {
+TEST(ContainerEvaluate, SamplesOnlyExtentAndRefusals) {
   const Names names{{"Zpi", 0}};
-  SMatrixContainer c(2, names);
+  SMatrixContainer c(2, names), empty(2), e(2);
   c.add(make_sample(2, 1e9, C(1, 1), names));
   c.add(make_sample(2, 2e9, C(3, -1), names));
   const SMatrixSample mid = c.evaluate(1.5e9, REAL_IMAG);
   EXPECT_EQ(mid.frequency(), 1.5e9);
-  EXPECT_EQ(mid(0, 1), C(3, 0));
-  EXPECT_EQ(mid.Zref(1), C(51, 0));
   EXPECT_TRUE(mid.port_data_names().empty());  // interpolated samples carry no port data
-  EXPECT_EQ((Values{c(1.5e9, 1, 0, REAL_IMAG), c(1.5e9, {"Zpi", 0}, REAL_IMAG),
-                    c.modalParameter(1.5e9, 0, Zpi, REAL_IMAG), c.Zref(1.5e9, 0, MAG_PHASE),
-                    c.evaluate(2e9, kSeven)(0, 0), c.evaluate(1.5e9, kSeven)(0, 0)}),
-            (Values{{4, 0}, {20, 0}, {20, 0}, {50, 0}, {3, -1}, {0, 0}}));
+  EXPECT_EQ(
+      (Values{mid(0, 1), mid.Zref(1), c(1.5e9, 1, 0, REAL_IMAG), c(1.5e9, {"Zpi", 0}, REAL_IMAG),
+              c.modalParameter(1.5e9, 0, Zpi, REAL_IMAG), c.Zref(1.5e9, 0, MAG_PHASE),
+              c.evaluate(2e9, kSeven)(0, 0), c.evaluate(1.5e9, kSeven)(0, 0)}),
+      (Values{{3, 0}, {51, 0}, {4, 0}, {20, 0}, {20, 0}, {50, 0}, {3, -1}, {0, 0}}));
   EXPECT_EQ(c.evaluate(2e9, REAL_IMAG), make_sample(2, 2e9, C(3, -1), names));
-  EXPECT_EQ(c(std::vector<double>{2e9, 1e9, 1.5e9}, 0, 0, REAL_IMAG),
-            (Values{{3, -1}, {1, 1}, {2, 0}}));
+  EXPECT_EQ(c(Freqs{2e9, 1e9, 1.5e9}, 0, 0, REAL_IMAG), (Values{{3, -1}, {1, 1}, {2, 0}}));
 
+  e.add(make_model(2, 3e9, 4e9, 1.0));
+  EXPECT_EQ(e.from(), 3e9);
+  e.add(make_sample(2, 5e9, 1.0));
+  EXPECT_EQ(std::make_pair(e.from(), e.to()), std::make_pair(3e9, 5e9));
+  // S(0, 1) = 2 differs from S(1, 0) = 3.
+  EXPECT_EQ((Flags{empty.is_symmetric(), e.is_symmetric()}), (Flags{1, 0}));
+  e.add(make_sample(1, 6e9, 1.0));  // a container does not check a sample's port count
   const std::string outside = " Hz does not belong to [1e+09, 2e+09] Hz";
-  EXPECT_THROW_MSG(c.evaluate(2.5e9, REAL_IMAG), RE, "2.5e+09" + outside);
-  EXPECT_THROW_MSG(c.evaluate_symm(0.5e9, MAG_PHASE), RE, "5e+08" + outside);
-  EXPECT_THROW_MSG(c(kNaN, 0, 0, MAG_PHASE), RE, "nan" + outside);
-  EXPECT_THROW_MSG(c.Zref(std::vector<double>{1e9, 3e9, kNaN}, 0, MAG_PHASE), RE,
-                   "3e+09" + outside);
-  EXPECT_THROW_MSG(c.modalParameter(1e9, 0, static_cast<ModalPortParameterType>(7), REAL_IMAG), RE,
-                   "modalParameter: unknown modalPortParameter");
-  EXPECT_THROW_MSG(c.modalParameter(1e9, 0, Gamma, REAL_IMAG), RE, "Gamma[0] is not available");
-  EXPECT_THROW_MSG(c(1e9, 0, 2, REAL_IMAG), RE, "port index out of bounds");
-  EXPECT_THROW_MSG(c.Zref(1.2e9, 2, REAL_IMAG), RE, "port index out of bounds");
-}
-
-TEST(ContainerEvaluate, ExtentSymmetryAndSizeMismatch) {
-  SMatrixContainer c(2);
-  EXPECT_THROW_MSG(c.from(), RE, "empty container");
-  EXPECT_THROW_MSG(c.evaluate(1e9, REAL_IMAG), RE, "empty container");
-  EXPECT_TRUE(c.is_symmetric());
-  c.add(make_model(2, 3e9, 4e9, 1.0));
-  EXPECT_EQ(c.from(), 3e9);
-  c.add(make_sample(2, 5e9, 1.0));
-  EXPECT_EQ(std::make_pair(c.from(), c.to()), std::make_pair(3e9, 5e9));
-  EXPECT_FALSE(c.is_symmetric());   // S(0, 1) = 2 differs from S(1, 0) = 3
-  c.add(make_sample(1, 6e9, 1.0));  // a container does not check a sample's port count
+  const Freqs three{1e9, 3e9, kNaN};
   const char* mismatch = "smatrix sample interpolation size mismatch: 2 != 1";
-  EXPECT_THROW_MSG(c.evaluate(5.5e9, REAL_IMAG), RE, mismatch);
-  EXPECT_THROW_MSG(c(5.5e9, 0, 0, REAL_IMAG), RE, mismatch);
+  expect_throws({
+      {[&] { empty.from(); }, "empty container"},
+      {[&] { empty.evaluate(1e9, REAL_IMAG); }, "empty container"},
+      {[&] { c.evaluate(2.5e9, REAL_IMAG); }, "2.5e+09" + outside},
+      {[&] { c.evaluate_symm(0.5e9, MAG_PHASE); }, "5e+08" + outside},
+      {[&] { c(kNaN, 0, 0, MAG_PHASE); }, "nan" + outside},
+      {[&] { c.Zref(three, 0, MAG_PHASE); }, "3e+09" + outside},
+      {[&] { c.modalParameter(1e9, 0, ModalPortParameterType(7), REAL_IMAG); },
+       "modalParameter: unknown modalPortParameter"},
+      {[&] { c.modalParameter(1e9, 0, Gamma, REAL_IMAG); }, "Gamma[0] is not available"},
+      {[&] { c(1e9, 0, 2, REAL_IMAG); }, "port index out of bounds"},
+      {[&] { c.Zref(1.2e9, 2, REAL_IMAG); }, "port index out of bounds"},
+      {[&] { e.evaluate(5.5e9, REAL_IMAG); }, mismatch},
+      {[&] { e(5.5e9, 0, 0, REAL_IMAG); }, mismatch},
+  });
 }
 
 // The walk below draws models whose entries are all alike; an asymmetric model shows that the
@@ -158,10 +157,8 @@ SMatrixContainer random_container(std::mt19937& rng) {
   for (int k = pick(9); k > 0; --k) {
     const double f = pick(20) ? pick(21) : pick(3) ? kInf : pick(2) ? -kInf : kNaN;
     SMatrixSample s(pick(12) ? n : 3 - n, f, names);
-    for (C& x : s.S())
-      x = value();
-    for (C& x : s.Zref())
-      x = value();
+    std::generate(s.S().begin(), s.S().end(), value);
+    std::generate(s.Zref().begin(), s.Zref().end(), value);
     s.set(names[0], value());
     try {
       c.add(s);
@@ -226,52 +223,6 @@ TEST(ContainerEvaluate, LogSearchMatchesTheWalk) {
   }
 }
 
-TEST(ContainerEvaluate, ConcurrentReadersAgree) {
-  SMatrixContainer c(4);
-  std::mt19937 rng(7);
-  for (int k = 0; k < 300; ++k) {
-    SMatrixSample s(4, k * 1e7);
-    for (C& x : s.S())
-      x = C(rng() % 100 - 50.0, rng() % 100 - 50.0);
-    c.add(s);
-  }
-  c.add(make_model(4, 3e9, 4e9, C(0.5, 0.5), 1e-10));
-  std::vector<double> freqs;
-  for (int k = 0; k < 2000; ++k)
-    freqs.push_back(k % 10 ? k * 1.4e6 + 1.5e3 : 3e9 + k * 1e5);
-  // The expectations come from a copy, so the threads find c's magnitude-phase caches still
-  // empty and race to fill them.
-  const SMatrixContainer reference = c;
-  std::vector<std::string> expected;
-  for (const double f : freqs)
-    expected.push_back(bits(reference.evaluate(f, MAG_PHASE)));
-  std::vector<int> mismatches(4, 0);
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&, t] {
-      for (std::size_t k = 0; k < freqs.size(); ++k)
-        mismatches[t] += bits(c.evaluate(freqs[k], MAG_PHASE)) != expected[k];
-    });
-  }
-  for (std::thread& thread : threads)
-    thread.join();
-  EXPECT_EQ(mismatches, std::vector<int>(4, 0));
-
-  // Copies made after magnitude-phase queries (which fill those caches) evaluate the same, even
-  // once the original is gone.
-  auto original = std::make_unique<SMatrixContainer>(reference);
-  for (const double f : freqs)
-    original->evaluate(f, MAG_PHASE);
-  const SMatrixContainer copy = *original;
-  SMatrixContainer assigned(1);
-  assigned = *original;
-  original.reset();
-  for (std::size_t k = 0; k < freqs.size(); k += 7) {
-    EXPECT_EQ(bits(copy.evaluate(freqs[k], MAG_PHASE)), expected[k]) << k;
-    EXPECT_EQ(bits(assigned.evaluate(freqs[k], MAG_PHASE)), expected[k]) << k;
-  }
-}
-
 // Samples every 1e8 Hz from 1e9 to 2e9 and a model over [3e9, 4e9], all asymmetric.
 SMatrixContainer mixed() {
   SMatrixContainer c(2);
@@ -289,20 +240,34 @@ SMatrixContainer mixed() {
 }
 
 TEST(ContainerLoad, MatchesEvaluateInListOrderForAnyThreadCountAndStopsAtTheFirstError) {
-  const SMatrixContainer c = mixed(), copy = c;
-  std::vector<double> freqs;
+  // The expectations come from a copy, so the first load's threads find the magnitude-phase
+  // caches of `source` still empty and race to fill them. Copies made once those caches are
+  // filled load the same, even after the original is gone.
+  auto source = std::make_unique<SMatrixContainer>(mixed());
+  const SMatrixContainer c = *source;
+  Freqs freqs;
+  std::vector<std::string> expected;
   for (int k = 0; k < 300; ++k) {  // shuffled, inside [1e9, 2e9) and [3e9, 4e9)
     const int r = (k * 37) % 300;
     freqs.push_back(r < 150 ? 1e9 + r * 6e6 : 3e9 + (r - 150) * 6e6);
+    expected.push_back(bits(c.evaluate(freqs.back(), MAG_PHASE)));
   }
-  for (const std::size_t threads : {0, 1, 2, 3, 16, 1000}) {
+  const auto expect_loads = [&](const SMatrixContainer& from, std::size_t threads) {
     std::vector<SMatrixSample> samples(5, SMatrixSample(1, 7.0));
-    c.load(freqs, samples, threads);
+    from.load(freqs, samples, threads);
     ASSERT_EQ(samples.size(), freqs.size());
     for (std::size_t k = 0; k < freqs.size(); ++k)
-      ASSERT_EQ(samples[k], c.evaluate(freqs[k], MAG_PHASE)) << threads << " threads, " << k;
-  }
-  EXPECT_EQ(c, copy);
+      ASSERT_EQ(bits(samples[k]), expected[k]) << threads << " threads, " << k;
+  };
+  for (const std::size_t threads : {4, 0, 1, 2, 3, 16, 1000})
+    expect_loads(*source, threads);
+  EXPECT_EQ(*source, c);
+  const SMatrixContainer copy = *source;
+  SMatrixContainer assigned(1);
+  assigned = *source;
+  source.reset();
+  expect_loads(copy, 2);
+  expect_loads(assigned, 2);
   std::vector<SMatrixSample> samples(3);
   c.load({}, samples, 4);
   EXPECT_TRUE(samples.empty());
@@ -386,18 +351,21 @@ TEST(ContainerLoadS, EqualsEvaluateBitForBit) {
 }
 
 TEST(ContainerLoad, RandomPoleZeroModels) {
-  SMatrixContainer c(3, {{"Gamma", 1}});
+  SMatrixContainer c(3, {{"Gamma", 1}}), again = c, one(1);
   const char* zeros = "nbZeros must be identical to nbPoles, nbPoles + 1 or nbPoles = 2";
-  EXPECT_THROW_MSG(c.load_random_pole_zero_models(1e9, 2e9, 3, 5), RE, zeros);
-  EXPECT_THROW_MSG(c.load_random_pole_zero_models(1e9, 2e9, 3, 2), RE, zeros);
-  EXPECT_THROW_MSG(c.load_random_pole_zero_models(2e9, 1e9, 3, 3), RE,
-                   "invalid frequency range [2e+09 , 1e+09]");
+  expect_throws({{[&] { c.load_random_pole_zero_models(1e9, 2e9, 3, 5); }, zeros},
+                 {[&] { c.load_random_pole_zero_models(1e9, 2e9, 3, 2); }, zeros},
+                 {[&] { c.load_random_pole_zero_models(2e9, 1e9, 3, 3); },
+                  "invalid frequency range [2e+09 , 1e+09]"}});
   EXPECT_TRUE(c.empty());
   c.load_random_pole_zero_models(1e9, 2e9, 5, 6);
+  again.load_random_pole_zero_models(1e9, 2e9, 5, 6);
+  EXPECT_EQ(again, c);  // the same seed every time
   ASSERT_EQ(c.nbModels(), 1u);
   const SMatrixModel& m = *c.begin_models();
-  EXPECT_EQ(m.getFrequencyRange(), std::make_pair(1e9, 2e9));
-  EXPECT_TRUE(c.is_symmetric());
+  EXPECT_EQ(std::make_tuple(m.from(), m.to(), m.S().size(), c.is_symmetric(), m.Zref(1.5e9, 2),
+                            m({"Gamma", 1}).type()),
+            std::make_tuple(1e9, 2e9, 9ul, true, C(50, 0), ScalarModel::PoleZero));
   for (const auto& s : m.S()) {
     const auto& entry = dynamic_cast<const PoleZeroModel&>(*s);
     ASSERT_EQ(std::make_pair(entry.nbPoles(), entry.residues().size()), std::make_pair(5ul, 5ul));
@@ -405,28 +373,21 @@ TEST(ContainerLoad, RandomPoleZeroModels) {
       EXPECT_LT(pole.real(), 0.0);             // stable
     EXPECT_NE(entry.linearFactor(), C(0, 0));  // nbPoles + 1 zeros
   }
-  EXPECT_EQ(m.S().size(), 9u);
-  EXPECT_EQ(m.Zref(1.5e9, 2), C(50, 0));
-  EXPECT_EQ(m({"Gamma", 1}).type(), ScalarModel::PoleZero);
-  SMatrixContainer again(3, {{"Gamma", 1}});
-  again.load_random_pole_zero_models(1e9, 2e9, 5, 6);
-  EXPECT_EQ(again, c);  // the same seed every time
   EXPECT_THROW_MSG(c.load_random_pole_zero_models(1.5e9, 3e9, 2, 2), RE,
                    "S-matrix model at [1.5e+09 , 3e+09] Hz overlaps with an existing model at "
                    "[1e+09 , 2e+09] Hz");
 
   // Zero counts: nbPoles -> constant term only; two poles accept any count, strictly proper
   // unless the count is 2 or 3.
-  SMatrixContainer one(1);
   one.load_random_pole_zero_models(1e9, 2e9, 4, 4);
   one.load_random_pole_zero_models(3e9, 4e9, 2, 0);
   auto model = one.begin_models();
   const auto& proper = dynamic_cast<const PoleZeroModel&>((*model)(0, 0));
   const auto& strict = dynamic_cast<const PoleZeroModel&>((*++model)(0, 0));
-  EXPECT_EQ((Flags{proper.constantFactor() == 0.0, proper.linearFactor() == 0.0,
-                   strict.constantFactor() == 0.0, strict.linearFactor() == 0.0}),
-            (Flags{0, 1, 1, 1}));
-  EXPECT_EQ(strict.nbPoles(), 2u);
+  EXPECT_EQ(
+      (Flags{proper.constantFactor() == 0.0, proper.linearFactor() == 0.0,
+             strict.constantFactor() == 0.0, strict.linearFactor() == 0.0, strict.nbPoles() == 2}),
+      (Flags{0, 1, 1, 1, 1}));
 }
 
 }  // namespace

@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <complex>
+#include <functional>
+#include <initializer_list>
 #include <limits>
 #include <sstream>
 #include <string>
@@ -22,6 +24,8 @@ using C = std::complex<double>;
 using Names = std::vector<PortDataName>;
 using RE = std::runtime_error;
 using Flags = std::vector<bool>;
+using Values = std::vector<C>;
+using Freqs = std::vector<double>;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
@@ -83,6 +87,16 @@ inline std::string bits(const SMatrixSample& s) {
   for (auto it = s.begin_port_data(); it != s.end_port_data(); ++it)
     out += text(it->first) + bits(it->second);
   return out;
+}
+
+/// Each call throws exactly E with the text beside it.
+template <class E = RE>
+void expect_throws(std::initializer_list<std::pair<std::function<void()>, std::string>> rows) {
+  int row = 0;
+  for (const auto& [call, message] : rows) {
+    SCOPED_TRACE("row " + std::to_string(row++));
+    EXPECT_THROW_MSG(call(), E, message);
+  }
 }
 
 /// The bits of what f returns, or the text of what it throws.

@@ -10,7 +10,6 @@ namespace korvantix {
 namespace {
 
 using namespace testing;
-using Freqs = std::vector<double>;
 const double kMax = std::numeric_limits<double>::max();
 constexpr double kPi = 3.141592653589793;
 const auto kSeven = static_cast<SamplingType>(7), kNine = static_cast<SamplingType>(9);
@@ -38,19 +37,19 @@ TEST(BandSampler, PointsDegenerateBandsAndRefusals) {
   }
   EXPECT_TRUE(band.sample_frequencies(0, Linear, false).empty());
   EXPECT_TRUE(band.sample_frequencies(0, kNine, false).empty());
-  EXPECT_THROW_MSG(band.sample_frequencies(0, Linear, true), RE,
-                   "it is not possible to obtain 0 samples over a range, including the endpoint");
-  for (SamplingType t : {Linear, Logarithmic}) {
-    EXPECT_THROW_MSG(band.sample_frequencies(1, t, true), RE,
-                     "unable to obtain 1 samples including the endpoints");
-  }
-  EXPECT_THROW_MSG(band.sample_frequencies(3, kSeven, false), RE, "Sampling type 7 not supported");
-  EXPECT_THROW_MSG(band.sample_frequencies(3, Adaptive, true), RE, "Sampling type 3 not supported");
   // The degenerate check comes before the type check.
   EXPECT_EQ(point.sample_frequencies(1, kSeven, true), Freqs{1e9});
-  EXPECT_THROW_MSG(point.sample_frequencies(2, Linear, false), RE,
-                   "unable to obtain 2 different samples in degenerate frequency range "
-                   "[1e+09 , 1e+09]");
+  const char* one = "unable to obtain 1 samples including the endpoints";
+  expect_throws({
+      {[&] { band.sample_frequencies(0, Linear, true); },
+       "it is not possible to obtain 0 samples over a range, including the endpoint"},
+      {[&] { band.sample_frequencies(1, Linear, true); }, one},
+      {[&] { band.sample_frequencies(1, Logarithmic, true); }, one},
+      {[&] { band.sample_frequencies(3, kSeven, false); }, "Sampling type 7 not supported"},
+      {[&] { band.sample_frequencies(3, Adaptive, true); }, "Sampling type 3 not supported"},
+      {[&] { point.sample_frequencies(2, Linear, false); },
+       "unable to obtain 2 different samples in degenerate frequency range [1e+09 , 1e+09]"},
+  });
 }
 
 TEST(ContainerPlan, DiscreteFrequenciesCountRulesAndMessages) {
@@ -75,7 +74,8 @@ TEST(ContainerPlan, DiscreteFrequenciesCountRulesAndMessages) {
   EXPECT_EQ(d.sample_frequencies(3, Linear, 3.5e9, 3.7e9), Freqs{});
   // A bound outside the set is not added; equal bounds stay.
   EXPECT_EQ(d.sample_frequencies(2, Linear, 2e9, 3e9), (Freqs{2e9, 3e9}));
-  const std::string unable = "Unable to obtain 4 samples:\nThe container contains ";
+  const std::string unable = "Unable to obtain 4 samples:\nThe container contains ",
+                    unable_2 = "Unable to obtain 2 samples:\nThe container ";
   EXPECT_THROW_MSG(d.sample_frequencies(4, Linear), RE,
                    "The container contains more discrete frequencies than the requested number "
                    "of frequencies");
@@ -84,10 +84,8 @@ TEST(ContainerPlan, DiscreteFrequenciesCountRulesAndMessages) {
                    unable + "only 1 discrete frequency");
   EXPECT_THROW_MSG(d.sample_frequencies(4, Linear, 3.2e9, 3.8e9), RE,
                    unable + "no discrete frequency in [3.2e+09 , 3.8e+09]");
-  for (SamplingType t : {Linear, Adaptive, kNine}) {
-    EXPECT_THROW_MSG(SMatrixContainer(2).sample_frequencies(2, t), RE,
-                     "Unable to obtain 2 samples:\nThe container is empty");
-  }
+  for (SamplingType t : {Linear, Adaptive, kNine})
+    EXPECT_THROW_MSG(SMatrixContainer(2).sample_frequencies(2, t), RE, unable_2 + "is empty");
 }
 
 TEST(ContainerPlan, SharesGoToWidestGapsTiesToTheLowest) {

@@ -1,4 +1,6 @@
 #include <cmath>
+#include <iterator>
+#include <regex>
 
 #include "io_test_support.hpp"
 
@@ -12,29 +14,16 @@ const std::string kHead = "ASCII KORVANTIX2 3 0\n";
 const std::string kPorts = kHead +
                            "PORTS 2 <a> <b> PORT DATA NAMES 1 Zpi 1 GLOBAL PROPERTIES 1 <g> <h>\n"
                            "PORT PROPERTIES 0 0 PORT PROPERTIES 1 1 <x> <y>\n";
-const std::string kSample = "FREQ 1 Hz S 1 2 3 4 Zref 5 6 Zpi 1 (7,8)\n";
 // A one-port file up to its first model's S entry.
 const std::string kModel = test::ascii_ports(1) + " SAMPLES 0 MODELS 1 FREQRANGE 1 2 Hz S ";
 const std::string kVersion = "Current version <2.11.3> can not read files generated with version ";
 const std::string kWanted = "syntax error: exptected POLY or RAT or POLEZERO or STATICTABLE or ";
 
-SMatrixContainer parse(const std::string& text) {
-  SMatrixContainer c;
-  detail::parse_ascii(text, c);
-  return c;
-}
-
 TEST(AsciiReader, Refusals) {
   // Many ports with short names cost little; their N x N matrix must fit into what is left.
   const std::string many = test::ascii_ports(4000);
   const std::string poly4 = " POLY 0 POLY 0 POLY 0 POLY 0 Zref POLY 0 POLY 0 ";
-  const struct {
-    std::string text;
-    std::string message;
-    bool names = false;  // the port-name reader refuses it alike
-  } cases[] = {
-      {"", "not an ascii kvx-file", true},
-      {"ASCII KORVANTI", "not an ascii kvx-file", true},
+  const std::vector<test::Refusal> cases = {
       {"ascii KORVANTIX2 3 0", "not an ascii kvx-file"},
       {"BINARYKORVANTIX", "not an ascii kvx-file"},
       {"ASCII KORVANTIX2 4 0\n", kVersion + "2.4.0"},
@@ -84,15 +73,7 @@ TEST(AsciiReader, Refusals) {
       {many + " SAMPLES 1 FREQ 1 Hz S Zref",
        "parsing error: port count 4000 too large for the rest of the file"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.text.substr(0, 100));
-    EXPECT_THROW_MSG(parse(c.text), std::runtime_error, c.message);
-    std::vector<std::string> names;
-    if (c.names) {
-      EXPECT_THROW_MSG(detail::parse_port_names_ascii(c.text, names), std::runtime_error,
-                       c.message);
-    }
-  }
+  test::expect_refusals(true, cases);
 }
 
 // The older grammars read as the 2.3 file without their extra sections: 2.1 has no port data
@@ -100,20 +81,17 @@ TEST(AsciiReader, Refusals) {
 TEST(AsciiReader, OlderGrammars) {
   std::string v21 = test::read_bytes(test::data_file("ascii_v21_two_ports.kvx"));
   std::string v22 = test::read_bytes(test::data_file("ascii_v22_portmodels.kvx"));
-  SMatrixContainer c;
-  read_ascii(c, test::data_file("ascii_v21_two_ports.kvx").c_str());
-  EXPECT_EQ(c.begin_samples()->S(), (std::vector<C>{C(1, 0), C(0, 0.5), C(0.5, 0), C(-2.5, 0)}));
-  EXPECT_EQ(c.begin_samples()->Zref(1), C(75, 0));
-  const std::string from_v21 = test::binary_of(c);
-  read_ascii(c, test::data_file("ascii_v22_portmodels.kvx").c_str());
-  const std::string from_v22 = test::binary_of(c);
+  const SMatrixContainer c21 = test::parse(v21), c22 = test::parse(v22);
+  EXPECT_EQ(c21.begin_samples()->S(), (std::vector<C>{C(1, 0), C(0, 0.5), C(0.5, 0), C(-2.5, 0)}));
+  EXPECT_EQ(c21.begin_samples()->Zref(1), C(75, 0));
+  EXPECT_EQ(c22.name(0), "p");
   v21.replace(0, 20, kHead).insert(v21.find("GLOBAL"), "PORT DATA NAMES 0\n");
   v22.replace(v22.find("PORT MODELS"), v22.find("SAMPLES") - v22.find("PORT MODELS"), "");
   v22.replace(0, 20, kHead).insert(v22.find("GLOBAL"), "PORT DATA NAMES 0\n");
-  EXPECT_EQ(from_v21, test::binary_of(parse(v21)));
-  EXPECT_EQ(from_v22, test::binary_of(parse(v22)));
-  EXPECT_EQ(c.name(0), "p");
+  EXPECT_EQ(test::written(c21), test::written(test::parse(v21)));
+  EXPECT_EQ(test::written(c22), test::written(test::parse(v22)));
 
+  SMatrixContainer c;
   read_ascii(c, test::data_file("ascii_v23_propagation_constant.kvx").c_str());
   EXPECT_EQ(c.nbPorts(), 0u);
   EXPECT_EQ(c.get_global_property("k"), "v");
@@ -134,23 +112,12 @@ TEST(AsciiReader, CarriageReturnsNonFiniteValuesAndTexts) {
   EXPECT_EQ(table.getSample(0), std::make_pair(1e9, C(4, 0)));
   EXPECT_EQ(c.begin_models()->Zref()[0]->type(), ScalarModel::Rational);
 
-  c = parse(kHead + "PORTS 2 junk<a<b>c><>\nPORT DATA NAMES 0 GLOBAL PROPERTIES 1 <k> < >" +
-            " PORT PROPERTIES 0 1 <x\ny> <> PORT PROPERTIES 1 0 SAMPLES 0 MODELS 0");
+  c = test::parse(kHead + "PORTS 2 junk<a<b>c><>\nPORT DATA NAMES 0 GLOBAL PROPERTIES 1 <k> < >" +
+                  " PORT PROPERTIES 0 1 <x\ny> <> PORT PROPERTIES 1 0 SAMPLES 0 MODELS 0");
   EXPECT_EQ(c.name(0), "a<b>c");
   EXPECT_EQ(c.name(1), "");
   EXPECT_EQ(c.get_global_property("k"), " ");
   EXPECT_EQ(c.get_port_property(0, "x\ny"), "");
-}
-
-TEST(AsciiReader, DescendingTable) {
-  // A descending table reads in n log n and comes out sorted.
-  std::string table = kModel + "STATICTABLE 2 0 20000";
-  for (int k = 20000; k > 0; --k)
-    table += " " + std::to_string(k) + " (" + std::to_string(k) + ")";
-  const SMatrixContainer c = parse(table + " Zref POLY 0");
-  const auto& t = dynamic_cast<const StaticTableModel&>(*c.begin_models()->S()[0]);
-  EXPECT_EQ(t.getSample(0), std::make_pair(1.0, C(1, 0)));
-  EXPECT_EQ(t.getSample(19999), std::make_pair(20000.0, C(20000, 0)));
 }
 
 TEST(AsciiReader, StateAfterAFailure) {
@@ -158,7 +125,9 @@ TEST(AsciiReader, StateAfterAFailure) {
   c.add_global_property("old", "1");
   EXPECT_THROW(detail::parse_ascii(kHead + "PORTS 1 <p> PORT DATA NAME", c), std::runtime_error);
   EXPECT_EQ(c.nbPorts(), 3u);  // failed before the ports were complete: untouched
-  EXPECT_THROW(detail::parse_ascii(kPorts + "SAMPLES 2" + kSample + "FREQ", c), std::runtime_error);
+  EXPECT_THROW(
+      detail::parse_ascii(kPorts + "SAMPLES 2 FREQ 1 Hz S 1 2 3 4 Zref 5 6 Zpi 1 (7,8) FREQ", c),
+      std::runtime_error);
   EXPECT_EQ(c.nbPorts(), 2u);
   EXPECT_EQ(c.name(1), "b");
   EXPECT_EQ(c.get_port_property(1, "x"), "y");
@@ -182,6 +151,72 @@ TEST(AsciiReader, PortNames) {
                    "syntax error: expected PORTS, but found PROPAGATIONCONSTANT");
   readPortNames_ascii(names, test::data_file("ascii_v21_two_ports.kvx").c_str());
   EXPECT_EQ(names.back(), "out");
+}
+
+std::string ascii(const ScalarModel& m, int precision = 2) {
+  std::string text;
+  detail::OutputBuffer out(text);
+  detail::format_scalar_model(m, out, precision);
+  out.flush();
+  return text;
+}
+
+// The every-kind golden shows the layout of every section and kind at precision 16; these show
+// what it leaves out: the empty file, other precisions, -nan, and tables without transformations.
+TEST(AsciiWriter, LayoutBeyondTheGolden) {
+  EXPECT_EQ(test::written(SMatrixContainer(), 16),
+            "ASCII KORVANTIX2 3 0\n\nPORTS 0\n\nPORT DATA NAMES 0\n\nGLOBAL PROPERTIES 0\n"
+            "\nSAMPLES 0\nMODELS 0");
+  // Every value of every section and kind honours the precision: each number is a digit, a
+  // point, two fraction digits and an exponent, and no other point is left.
+  const std::string p2 = test::written(test::every_kind(), 2);
+  const std::regex number("[0-9]\\.[0-9][0-9]e");
+  EXPECT_GT(std::distance(std::sregex_iterator(p2.begin(), p2.end(), number), {}), 60);
+  EXPECT_EQ(std::regex_replace(p2, number, "").find('.'), std::string::npos) << p2;
+
+  SMatrixContainer two(2);
+  SMatrixSample t(2, 1e9);
+  t(0, 0) = C(1, 0);
+  t(0, 1) = C(-0.0, 0.5);
+  t(1, 0) = C(std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::quiet_NaN());
+  two.add(t);
+  const std::string p0 = test::written(two, 0);
+  EXPECT_NE(p0.find("\nFREQ 1e+09 Hz\n\tS\n\t\t(1e+00,0e+00)\t(-0e+00,5e-01)\n\t\t(inf,-nan)\t"
+                    "(0e+00,0e+00)\n\tZref\n\t\t(0e+00,0e+00)\t(0e+00,0e+00)\nMODELS 0"),
+            std::string::npos)
+      << p0;
+
+  StaticTableModel plain(1);
+  plain.addSample(2e9, C(0.5, 0));
+  plain.addSample(1e9, C(0.25, 0));
+  EXPECT_EQ(ascii(plain),
+            "\n\t\tSTATICTABLE 1 0 2\n\t\t\t1.00e+09\t(2.50e-01,0.00e+00)\n\t\t\t2.00e+09\t"
+            "(5.00e-01,0.00e+00)");
+  // An unknown transformation code is counted but has no name.
+  EXPECT_EQ(
+      ascii(StaticTableModel(3, {static_cast<Transformation::Type>(7), Transformation::Inverse})),
+      "\n\t\tSTATICTABLE 3 2 0\n\t\t\tInverse ");
+}
+
+TEST(AsciiWriter, Failures) {
+  const PolynomialModel a(C(1, 0));
+  const std::unique_ptr<ScalarModel> sum(ScalarModel::createSum(&a, &a));
+  SMatrixContainer c(1);
+  SMatrixModel m(1, 1, 2);
+  m.setZref(0, sum.get());
+  c.add(m);
+  const std::string path = test::scratch("unsupported.kvx");
+  EXPECT_THROW_MSG(write_ascii(c, path.c_str(), 3), std::runtime_error,
+                   "ascii io for scalar model 201 not supported");
+  // Everything before the failing model stays in the file.
+  EXPECT_EQ(
+      test::read_bytes(path),
+      "ASCII KORVANTIX2 3 0\n\nPORTS 1\n\t<port_0>\n\nPORT DATA NAMES 0\n\nGLOBAL PROPERTIES 0\n"
+      "PORT PROPERTIES 0 0\n\nSAMPLES 0\nMODELS 1\nFREQRANGE 1.000e+00 2.000e+00 Hz\n\tS\n"
+      "\t\tPOLY 0\n\t\t\n\tZref");
+
+  EXPECT_THROW_MSG(write_ascii(c, "/nonexistent-dir/x.kvx", 16), std::runtime_error,
+                   "Unable to write to </nonexistent-dir/x.kvx>");
 }
 
 }  // namespace
