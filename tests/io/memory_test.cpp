@@ -80,6 +80,10 @@ TEST(MemoryCeiling, CountsAtEveryPosition) {
   const Bytes ports = Bytes().ports(30000);
   expect_within_ceiling(Bytes(ports).i32(1).f64(1e9).i32(30000 * 30000).str(), "sample");
   expect_within_ceiling(Bytes(ports).i32(0).i32(1).f64(1).f64(2).i32(1).i32(0).str(), "model");
+  // The same in ASCII: 5,000 ports fit in a file of 129 KB, their 400 MB matrix does not.
+  for (const char* rest :
+       {"", " SAMPLES 1 FREQ 1e9 Hz S", " SAMPLES 0 MODELS 1 FREQRANGE 1 2 Hz S"})
+    expect_within_ceiling(test::ascii_ports(5000) + rest, std::string("ascii") + rest);
 }
 
 // The densest objects a file can ask for: models whose every entry is the shortest scalar
